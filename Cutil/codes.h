@@ -22,15 +22,15 @@ enum ReturnCode : int {
   // General.
   RC_NO_MEMORY = 1001,
   RC_NOT_FOUND = 1005,
-  RC_CANNOT_OPEN = 1006,     // source file cannot be opened or pushed
-  RC_CANNOT_WRITE = 1007,    // write of a plain stream failed
-  RC_CANNOT_CREATE = 1008,   // output or compiled file cannot be opened
-  RC_BAD_REDIRECTION = 1015, // channel redirection leaves the table or loops
-  RC_FIXED_TEXT_FULL = 1017, // a fixed text buffer would have to grow
-  RC_BAD_CLASS = 3005,       // defaults class name empty or too long
+  RC_CANNOT_OPEN = 1006,      // source file cannot be opened or pushed
+  RC_CANNOT_WRITE = 1007,     // write of a plain stream failed
+  RC_CANNOT_CREATE = 1008,    // output or compiled file cannot be opened
+  RC_BAD_REDIRECTION = 1015,  // channel redirection leaves the table or loops
+  RC_FIXED_TEXT_FULL = 1017,  // a fixed text buffer would have to grow
+  RC_BAD_CLASS = 3005,        // defaults class name empty or too long
   RC_CHANNEL_BOUND = 3009,
-  RC_INVALID = 3011,         // invalid argument, missing table, type clash
-  RC_BODY_FAILED = 3016,     // writing or reading a compiled body failed
+  RC_INVALID = 3011,      // invalid argument, missing table, type clash
+  RC_BODY_FAILED = 3016,  // writing or reading a compiled body failed
   RC_NO_DEFAULTS_FILE = 3071,
 
   // Program model.
@@ -47,27 +47,27 @@ enum ReturnCode : int {
   RC_NO_NODE = 5202,         // no node pool, or it has no record to give
 
   // Evaluation of constant bounds.
-  RC_BAD_FUNCTION = 5277,    // no such built-in function
-  RC_NO_TRUTH = 5285,        // operand of AND or OR without truth value
-  RC_NO_EXPRESSION = 5292,   // no node to evaluate or print
-  RC_BAD_ARGUMENT = 5294,    // argument of a built-in does not fit
-  RC_MATH_LIBRARY = 5295,    // the mathematical library reported an error
-  RC_BAD_UNARY = 5603,       // unary operator other than 0, 1 and 2
+  RC_BAD_FUNCTION = 5277,   // no such built-in function
+  RC_NO_TRUTH = 5285,       // operand of AND or OR without truth value
+  RC_NO_EXPRESSION = 5292,  // no node to evaluate or print
+  RC_BAD_ARGUMENT = 5294,   // argument of a built-in does not fit
+  RC_MATH_LIBRARY = 5295,   // the mathematical library reported an error
+  RC_BAD_UNARY = 5603,      // unary operator other than 0, 1 and 2
   RC_DOMAIN = 5670,
   RC_SINGULARITY = 5671,
   RC_OVERFLOW = 5672,
   RC_UNDERFLOW = 5673,
   RC_TLOSS = 5674,
   RC_PLOSS = 5675,
-  RC_BAD_OPERATOR = 5684,    // operator not defined for the operand types
+  RC_BAD_OPERATOR = 5684,  // operator not defined for the operand types
   RC_TYPE_CAST = 5685,
   RC_BAD_CONVERSION = 5698,
-  RC_NOT_EVALUABLE = 9000,   // node that cannot be evaluated or printed; a
-                             // range bound missing or not allowed
+  RC_NOT_EVALUABLE = 9000,  // node that cannot be evaluated or printed; a
+                            // range bound missing or not allowed
 
   // Header of a compiled file.
   RC_HEADER_VERSION = 6194,
-  RC_HEADER_MAGIC = 6197,    // wrong magic or kind
+  RC_HEADER_MAGIC = 6197,  // wrong magic or kind
   RC_HEADER_WRITE = 6198,
   RC_HEADER_READ = 6199,
 };

@@ -46,10 +46,18 @@ void* UtAllocZero(size_t count, size_t size) {
   return Fails() ? nullptr : calloc(count, size);
 }
 
-void* UtAllocBytes(size_t bytes) { return Fails() ? nullptr : malloc(bytes); }
+void* UtAllocBytes(size_t bytes) {
+  return Fails() ? nullptr : malloc(bytes);
+}
 
-void UtFreeBlock(void* block) { free(block); }
+void UtFreeBlock(void* block) {
+  free(block);
+}
 
-void UtFailAllocation(uint64_t nth) { state.fail_in = nth; }
+void UtFailAllocation(uint64_t nth) {
+  state.fail_in = nth;
+}
 
-uint64_t UtPendingFault() { return state.fail_in; }
+uint64_t UtPendingFault() {
+  return state.fail_in;
+}

@@ -41,6 +41,19 @@ void UtFree(T** holder) {
   *holder = nullptr;
 }
 
+// A new object, or nullptr when memory is exhausted; UtDelete ends it.
+template <class T>
+[[nodiscard]] T* UtNew() {
+  void* block = UtAllocBytes(sizeof(T));
+  return block == nullptr ? nullptr : ::new (block) T();
+}
+
+template <class T>
+void UtDelete(T** holder) {
+  if (*holder != nullptr) (*holder)->~T();
+  UtFree(holder);
+}
+
 // For tests: the `nth` request from now on fails (1: the next one), and after
 // it all succeed again. 0 switches the fault off.
 void UtFailAllocation(uint64_t nth);

@@ -1,0 +1,39 @@
+#include "Cutil/ut_arena.h"
+
+#include <algorithm>
+
+#include "Cutil/ut_memory.h"
+
+void* UtArena::take_slow(size_t bytes) {
+  static_assert(sizeof(Chunk) % 8 == 0);
+  // A request that would waste most of a chunk's rest gets its own chunk,
+  // placed below the current one, whose rest stays in use.
+  const bool own = bytes > chunk_bytes_ / 4;
+  const size_t room = own ? bytes : chunk_bytes_;
+  if (room > SIZE_MAX - sizeof(Chunk)) return nullptr;
+  auto* chunk = static_cast<Chunk*>(UtAllocBytes(sizeof(Chunk) + room));
+  if (chunk == nullptr) return nullptr;
+  char* start = reinterpret_cast<char*>(chunk + 1);
+  if (own && top_ != nullptr) {
+    chunk->below = top_->below;
+    top_->below = chunk;
+    return start;
+  }
+  chunk->below = top_;
+  top_ = chunk;
+  next_ = start + bytes;
+  end_ = start + room;
+  chunk_bytes_ = std::min(chunk_bytes_ * 2, LARGEST_CHUNK);
+  return start;
+}
+
+void UtArena::release() {
+  while (top_ != nullptr) {
+    Chunk* chunk = top_;
+    top_ = chunk->below;
+    UtFreeBlock(chunk);
+  }
+  next_ = nullptr;
+  end_ = nullptr;
+  chunk_bytes_ = first_chunk_;
+}

@@ -1,0 +1,65 @@
+// Arena: many small texts and records that live and die together.
+//
+// A program and a mask list own one each; whatever hangs in them goes when the
+// arena goes, so nothing in it is freed alone. Memory comes in chunks that
+// double up to 64 KiB; a large request gets a chunk of its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+class UtArena {
+ public:
+  static constexpr size_t SMALLEST_CHUNK = 1024;
+  static constexpr size_t LARGEST_CHUNK = 64 * 1024;
+
+  explicit constexpr UtArena(size_t first_chunk = SMALLEST_CHUNK)
+      : first_chunk_(first_chunk), chunk_bytes_(first_chunk) {}
+  UtArena(const UtArena&) = delete;
+  UtArena& operator=(const UtArena&) = delete;
+  ~UtArena() { release(); }
+
+  // `bytes` bytes on an 8-byte boundary, uninitialised; nullptr when memory is
+  // exhausted.
+  [[nodiscard]] void* take(size_t bytes) {
+    size_t rounded = (bytes + 7) & ~size_t{7};
+    if (rounded < bytes) return nullptr;
+    if (static_cast<size_t>(end_ - next_) < rounded) return take_slow(rounded);
+    char* block = next_;
+    next_ += rounded;
+    return block;
+  }
+
+  // A copy of the first `length` bytes of `text`, closed by a zero byte;
+  // nullptr when memory is exhausted.
+  [[nodiscard]] char* copy(const char* text, size_t length) {
+    char* place = static_cast<char*>(take(length + 1));
+    if (place == nullptr) return nullptr;
+    memcpy(place, text, length);
+    place[length] = '\0';
+    return place;
+  }
+
+  // Gives back `block` of `bytes` bytes when it is the youngest one and lies in
+  // the current chunk; otherwise it stays until the arena is released.
+  void give_back(void* block, size_t bytes) {
+    char* start = static_cast<char*>(block);
+    if (start + ((bytes + 7) & ~size_t{7}) == next_) next_ = start;
+  }
+
+  // Frees everything.
+  void release();
+
+ private:
+  struct Chunk {
+    Chunk* below;
+  };
+  void* take_slow(size_t bytes);
+
+  Chunk* top_ = nullptr;
+  char* next_ = nullptr;
+  char* end_ = nullptr;
+  size_t first_chunk_;
+  size_t chunk_bytes_;  // of the next chunk
+};

@@ -1,0 +1,58 @@
+// Defaults files: the resources that an installation, a user's directories and
+// a host set before anything else runs.
+//
+// Resources are kept per class, in one database from resource name to value.
+// Nothing in the compiler reads them back, but every tool of the suite loads
+// the same files in the same order, and a broken file must not stop it: what
+// is missing or malformed is skipped without a word. Files loaded later
+// override values of files loaded earlier.
+//
+// A file is text in lines:
+//
+//   ! comment
+//   #include "more.dflt"                   relative to this file
+//   macro*title:  MSGGET("cad_msg.txt", 12, "Close")
+//   macro.list:   one\ntwo \101             escapes; a "\" at the end of a line
+//                                           continues the value on the next
+#pragma once
+
+#include <cstddef>
+
+// One set of defaults files. Each text is a part of a path.
+struct DefaultsEntry {
+  const char* base_name;               // "macro": macro.dflt, macro-HOST.dflt
+  const char* installation_directory;  // "util"; "util_s" and "util_c" too
+  const char* common_directory;        // "glob"
+  const char* path_variable;           // "MCPATH"
+};
+
+// Loads the files of each entry into the class. From the lowest precedence to
+// the highest these are, with the extension "dflt":
+//
+//   P/glob/dflt/macro.dflt, P/dflt/macro.dflt
+//                   for each piece P of the path variable, the last one first;
+//                   when the variable is empty or not set, instead
+//   HD_U/version/util/glob/dflt/macro.dflt, the same with util_s and util_c
+//   macro.dflt      in the current directory
+//   macro-HOST.dflt there
+//
+// Returns 0 whatever the files hold.
+int DefaultsLoadFiles(const char* class_name, const char* version,
+                      const DefaultsEntry* table, size_t count,
+                      const char* extension);
+
+// Loads one file with all that it includes. Returns 0; RC_BAD_CLASS for a
+// class name that is empty or longer than 31 characters; RC_NO_DEFAULTS_FILE
+// when the file cannot be read; RC_NO_MEMORY. The class is unchanged then.
+[[nodiscard]] int DefaultsLoadFile(const char* class_name, const char* path);
+
+// Gives the class an empty database when it has none. Returns 0, RC_BAD_CLASS
+// or RC_NO_MEMORY.
+[[nodiscard]] int DefaultsEnsureClass(const char* class_name);
+
+// For tests: the value of a resource; nullptr when the class has none.
+[[nodiscard]] const char* DefaultsValue(const char* class_name,
+                                        const char* resource);
+
+// Forgets all classes.
+void DefaultsReset();

@@ -1,0 +1,166 @@
+#include "quillo/driver.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "Cutil/codes.h"
+#include "elut/listing.h"
+#include "elut/mask_file.h"
+#include "elut/mask_print.h"
+#include "elut/parse.h"
+#include "elut/parse_state.h"
+#include "elut/program_file.h"
+#include "elut/token_strings.h"
+#include "quillo/channels.h"
+#include "quillo/defaults.h"
+#include "quillo/options.h"
+#include "trt/messages.h"
+
+namespace {
+
+constexpr unsigned PRINTED_MASKS = 0;  // channels
+constexpr unsigned REPORTS = 1;
+constexpr unsigned WARNINGS = 2;
+
+constexpr DefaultsEntry DEFAULTS[] = {{"macro", "util", "glob", "MCPATH"}};
+
+constexpr char CANNOT_COMPILE[] = "%s: Cannot compile %s. Error Code: %d\n";
+constexpr char CANNOT_STORE[] = "%s: Cannot store %s. Error Code: %d\n";
+
+void StartServices() {
+  constexpr DriverIdentity identity;
+  // A file-size limit then shows as a failed write, not as a killed process.
+  signal(SIGXFSZ, SIG_IGN);
+  ChannelReset();
+  // Just reset, every channel can be bound.
+  (void)ChannelBind(PRINTED_MASKS, CHANNEL_STDOUT, CHANNEL_ESCAPES);
+  (void)ChannelBind(REPORTS, CHANNEL_STDERR, CHANNEL_ESCAPES);
+  (void)ChannelBind(WARNINGS, CHANNEL_STDOUT,
+                    CHANNEL_ADD_NEWLINE | CHANNEL_ESCAPES);
+  // Start-up goes on without what cannot be loaded.
+  (void)DefaultsLoadFiles(identity.resource_class, identity.version, DEFAULTS,
+                          1, "dflt");
+  (void)DefaultsEnsureClass(identity.resource_class);
+  McSrcReset();
+}
+
+struct OutputName {
+  char text[FILE_NAME_LIMIT + 1];
+};
+
+// Builds the name of the file that a source is compiled into. The name is cut
+// at its last ".", be that in a directory, and gets the extension. False when
+// it would be longer than a file name may be.
+bool BuildOutputName(const Options& options, const char* source,
+                     const char* extension, OutputName* output) {
+  char name[2 * FILE_NAME_LIMIT + 2];
+  strcpy(name, options.destination);
+  if (options.source_count > 1 || name[0] == '\0') {
+    const char* slash = strrchr(source, '/');
+    const char* base = slash == nullptr ? source : slash + 1;
+    if (strlen(name) + strlen(base) >= sizeof name) return false;
+    strcat(name, base);
+  }
+  const char* dot = strrchr(name, '.');
+  const size_t kept =
+      dot == nullptr ? strlen(name) : static_cast<size_t>(dot - name);
+  if (kept + strlen(extension) > FILE_NAME_LIMIT) return false;
+  memcpy(output->text, name, kept);
+  strcpy(output->text + kept, extension);
+  return true;
+}
+
+// One run over the sources of the command line.
+class CompileLoop {
+ public:
+  CompileLoop(const char* program_path, const Options& options)
+      : program_path_(program_path), options_(options) {}
+
+  int run() {
+    int result = RC_OK;
+    for (unsigned i = 0; i < options_.source_count; i++) {
+      const char* source = options_.sources[i];
+      McSrcReset();
+      McParseReset();
+      if (McSrcOpen(source, &lines_) != RC_OK) {
+        ChannelPrint(REPORTS, TEXT_FILE_NOT_FOUND, source);
+        lines_.release();
+        return 1;
+      }
+      result = options_.mask_mode ? mask(source) : program(source);
+      lines_.release();
+      McTokenStringsFree();
+    }
+    McSrcReset();
+    return result;
+  }
+
+ private:
+  int report(const char* name, int code, bool stored) {
+    if (stored)
+      ChannelPrint(REPORTS, CANNOT_STORE, program_path_, name, code);
+    else
+      ChannelPrint(REPORTS, CANNOT_COMPILE, program_path_, name, code);
+    return code;
+  }
+
+  int name_too_long(const char* source) {
+    return report(source, RC_FIXED_TEXT_FULL, true);
+  }
+
+  // Parses a mask definition, prints and writes it. The parser has reported
+  // what it found.
+  int mask(const char* source) {
+    OutputName output;
+    if (options_.compile_mask &&
+        !BuildOutputName(options_, source, ".cg", &output))
+      return name_too_long(source);
+    EditorList list;
+    const int code = MaskParseDefinition(&list, &lines_);
+    if (code == RC_OK && options_.print_mask)
+      (void)MaskListPrint(PRINTED_MASKS, &list);
+    if (code == RC_OK && options_.compile_mask)
+      (void)MaskListWrite(&list, options_.store_mode, output.text);
+    MaskListFree(&list);
+    return code;
+  }
+
+  int program(const char* source) {
+    OutputName output;
+    if (!BuildOutputName(options_, source, ".cm", &output))
+      return name_too_long(source);
+    McProgram* program = McProgramCreate();
+    if (program == nullptr) return report(source, RC_NO_MEMORY, false);
+    int code = McParseProgram(program, &lines_);
+    if (code == RC_OK) {
+      if (options_.dump_program) McDumpProgram(program);
+      code = McResolveCalls(program);
+    }
+    if (code != RC_OK) {
+      report(source, code, false);
+    } else {
+      code = McXdrWriteToFile(program, options_.store_mode, output.text);
+      if (code != RC_OK) report(output.text, code, true);
+    }
+    // The program goes; no name may be looked up in it any more.
+    (void)McCompileEnter(nullptr);
+    McProgramFree(&program);
+    return code;
+  }
+
+  const char* program_path_;
+  const Options& options_;
+  McLineStore lines_;  // of the source being compiled
+};
+
+}  // namespace
+
+int RunDriver(int argc, char** argv) {
+  StartServices();
+  Options options;
+  int status;
+  if (!ReadOptions(argc, argv, &options, &status)) return status;
+  mc_parse.trace_level = options.trace_level;
+  return CompileLoop(argv[0], options).run();
+}

@@ -1,0 +1,154 @@
+#include "quillo/options.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "quillo/channels.h"
+#include "quillo/environment.h"
+
+namespace {
+
+// Exit statuses.
+enum : int { STATUS_USAGE = 1, STATUS_NO_VALUE = 3, STATUS_NO_DIRECTORY = 5 };
+
+constexpr char USAGE[] =
+    "usage: %s [ options] exportfile\n"
+    "       -h              help.\n"
+    "       -w              Maskendefinition lesen.\n"
+    "       -cg             Maskendefinition compilieren.\n"
+    "       -print          Maskendefinition ausgeben.\n"
+    "       -t level        Trace.\n"
+    "       -o destination  destination filename.\n"
+    "       -xdr          \tuse xdr to store (default).\n"
+    "       -noxdr          don't use xdr to store.\n"
+    "       -xrm resourceline.\n";
+
+constexpr char DESCRIPTION[] =
+    "Compiler fuer Programme, Module und Maskendefinitionen.\n";
+
+enum class Option { HELP, XDR, NOXDR, MASK, PRINT, DUMP, COMPILE, OUT, TRACE };
+
+struct OptionName {
+  const char* name;
+  Option option;
+};
+
+constexpr OptionName OPTIONS[] = {
+    {"h", Option::HELP},     {"xdr", Option::XDR},     {"noxdr", Option::NOXDR},
+    {"w", Option::MASK},     {"print", Option::PRINT}, {"dump", Option::DUMP},
+    {"cg", Option::COMPILE}, {"o", Option::OUT},       {"t", Option::TRACE},
+};
+
+// Reads the arguments one after the other.
+class ArgumentReader {
+ public:
+  ArgumentReader(int argc, char** argv, Options* options, int* status)
+      : next_(argv + 1),
+        end_(argv + argc),
+        program_(argc > 0 ? argv[0] : "quillo"),
+        options_(options),
+        status_(status) {}
+
+  bool read() {
+    while (next_ < end_) {
+      const char* argument = *next_++;
+      const bool done =
+          argument[0] == '-' ? option(argument + 1) : source(argument);
+      if (!done) return false;
+    }
+    if (options_->source_count == 0)
+      return fail(STATUS_USAGE, "missing filename");
+    return options_->source_count == 1 || options_->destination[0] == '\0' ||
+           directory();
+  }
+
+ private:
+  bool fail(int status, const char* message) {
+    PrintTo(stderr, "%s: %s\n", program_, message);
+    PrintTo(stderr, USAGE, program_);
+    *status_ = status;
+    return false;
+  }
+
+  bool source(const char* name) {
+    if (options_->source_count == SOURCE_FILE_LIMIT)
+      return fail(STATUS_USAGE, "too many source files");
+    options_->sources[options_->source_count++] = name;
+    return true;
+  }
+
+  bool option(const char* name) {
+    for (const OptionName& row : OPTIONS)
+      if (strcmp(row.name, name) == 0) return apply(row.option);
+    PrintTo(stderr, "%s: illegal option: %s\n", program_, name);
+    PrintTo(stderr, USAGE, program_);
+    *status_ = STATUS_USAGE;
+    return false;
+  }
+
+  bool apply(Option option) {
+    switch (option) {
+      case Option::HELP:
+        PrintOut(USAGE, program_);
+        PrintOut("%s", DESCRIPTION);
+        *status_ = 0;
+        return false;
+      case Option::XDR: options_->store_mode = 1; return true;
+      case Option::NOXDR: options_->store_mode = 4; return true;
+      case Option::MASK: options_->mask_mode = true; return true;
+      case Option::PRINT: options_->print_mask = true; return true;
+      case Option::DUMP: options_->dump_program = true; return true;
+      case Option::COMPILE: options_->compile_mask = true; return true;
+      case Option::OUT: return destination();
+      case Option::TRACE: return trace_level();
+    }
+    return false;
+  }
+
+  // The value of an option, or nullptr.
+  const char* value() {
+    if (next_ == end_ || (*next_)[0] == '-') return nullptr;
+    return *next_++;
+  }
+
+  bool destination() {
+    const char* name = value();
+    if (name == nullptr)
+      return fail(STATUS_NO_VALUE, "missing destination filename");
+    if (strlen(name) > FILE_NAME_LIMIT)
+      return fail(STATUS_NO_VALUE, "destination filename too long");
+    strcpy(options_->destination, name);
+    return true;
+  }
+
+  bool trace_level() {
+    const char* level = value();
+    if (level == nullptr) return fail(STATUS_NO_VALUE, "missing tracelevel");
+    options_->trace_level = static_cast<int16_t>(strtol(level, nullptr, 10));
+    return true;
+  }
+
+  // Several sources need a directory as the destination.
+  bool directory() {
+    if (!PathIsDirectory(options_->destination))
+      return fail(STATUS_NO_DIRECTORY, "directory not found");
+    const size_t length = strlen(options_->destination);
+    // Without room for the slash no output name fits either.
+    if (options_->destination[length - 1] != '/' && length < FILE_NAME_LIMIT)
+      strcpy(options_->destination + length, "/");
+    return true;
+  }
+
+  char** next_;
+  char** end_;
+  const char* program_;
+  Options* options_;
+  int* status_;
+};
+
+}  // namespace
+
+bool ReadOptions(int argc, char** argv, Options* options, int* status) {
+  return ArgumentReader(argc, argv, options, status).read();
+}

@@ -1,0 +1,69 @@
+// A directory of its own for each test, with the verbs that tests of files
+// need. The test runs inside it; environment values it sets are put back.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "quillo/environment.h"
+
+class FileTree : public testing::Test {
+ protected:
+  FileTree() : old_directory_(std::filesystem::current_path()) {
+    char name[] = "/tmp/quillo-test-XXXXXX";
+    root_ = std::filesystem::canonical(mkdtemp(name)).string();
+    std::filesystem::current_path(root_);
+    EnvReset();
+  }
+  ~FileTree() override {
+    std::filesystem::current_path(old_directory_);
+    EnvReset();
+    std::filesystem::remove_all(root_);
+    for (const auto& [name, value] : old_values_) {
+      if (value)
+        ::setenv(name.c_str(), value->c_str(), 1);
+      else
+        ::unsetenv(name.c_str());
+    }
+  }
+
+  const std::string& root() const { return root_; }
+
+  // Writes a file, with the directories above it.
+  void write(const std::string& name, std::string_view text) {
+    const std::filesystem::path path(name);
+    if (path.has_parent_path())
+      std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary)
+        .write(text.data(), static_cast<std::streamsize>(text.size()));
+  }
+
+  void make_pipe(const std::string& name) {
+    ASSERT_EQ(0, mkfifo(name.c_str(), 0600));
+  }
+
+  // A variable set to nothing is set; nullptr unsets it.
+  void set_environment(const char* name, const char* value) {
+    const char* old = getenv(name);
+    old_values_.try_emplace(
+        name, old == nullptr ? std::nullopt : std::optional<std::string>(old));
+    if (value == nullptr)
+      ::unsetenv(name);
+    else
+      ::setenv(name, value, 1);
+  }
+
+ private:
+  std::string root_;
+  std::filesystem::path old_directory_;
+  std::map<std::string, std::optional<std::string>> old_values_;
+};

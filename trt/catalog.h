@@ -1,0 +1,46 @@
+// Message catalog: numbered texts in files, one set of files per language.
+//
+// A catalog is asked for by its file name. The file of the user's language is
+// the first that exists of
+//
+//   HD_U/HD_VE/msg_c/HD_LA/name        /u/1700/msg_c/de/cad_msg.txt
+//   HD_U/HD_VE/msg/HD_LA/name          /u/1700/msg/de/cad_msg.txt
+//
+// and the file of the language "en", found the same way, answers for what is
+// missing there. A catalog file is read once, at the first question about it:
+//
+//   1 TRT 1 : MMSGID 950:Messages      the header; Messages becomes text 1
+//   $ windows                          comment
+//   12 Close                           number, one blank, tab or comma, text
+//   40,Hello ## the greeting           "##" ends what is handed out
+//
+// The numbers ascend; a record behind a higher number is never found. With
+// TQS_MSG_ID above 0 each text starts with the first letter of the catalog's
+// name and the number: c12Close.
+#pragma once
+
+// The text of a message. It never fails:
+//
+//   found in either language        its text
+//   otherwise, with a default       the default, which also becomes the text
+//                                   of that number when that is 1 or more
+//   otherwise                       number and name as "%4.4d %40.40s"
+//
+// An empty name, HD_VE or HD_LA gives the last form at once. Texts of messages
+// stay valid until CatalogReset, a number-and-name text until the next call;
+// a default that could not be kept is returned itself.
+[[nodiscard]] const char* CatalogLookup(const char* name, int number,
+                                        const char* default_text);
+
+// The message that a reference stands for. A reference is what MSGGET leaves
+// in a program: catalog name, number and default text between bytes 4,
+//
+//   \4 cad_msg.txt \4 12 \4 Close \4     (without the blanks)
+//
+// A number below 1 gives the default text. Everything else - another first
+// byte, 1024 bytes and more, a missing byte 4 - is returned as it is. The
+// result is valid until the next call.
+[[nodiscard]] const char* CatalogExpandReference(const char* text);
+
+// Forgets the settings and all catalogs; the next lookup reads them again.
+void CatalogReset();

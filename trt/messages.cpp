@@ -1,0 +1,30 @@
+#include "trt/messages.h"
+
+#include <cstdarg>
+#include <cstdint>
+
+#include "quillo/channels.h"
+
+namespace {
+
+#define MESSAGE_POINTER(name, text) TEXT_##name,
+constexpr const char* TEXTS[] = {MESSAGE_TABLE(MESSAGE_POINTER)};
+#undef MESSAGE_POINTER
+
+constexpr unsigned CHANNEL_WARNINGS = 2;
+
+}  // namespace
+
+const char* MessageText(unsigned number) {
+  const auto index = static_cast<uint16_t>(number);
+  return index < MSG_COUNT ? TEXTS[index] : nullptr;
+}
+
+void MessagePrint(unsigned number, ...) {
+  const char* text = MessageText(number);
+  if (text == nullptr) return;
+  va_list arguments;
+  va_start(arguments, number);
+  ChannelPrintV(CHANNEL_WARNINGS, text, arguments);
+  va_end(arguments);
+}

@@ -1,0 +1,186 @@
+// XD streams: how records of compiled files become bytes, and back.
+//
+// A stream has a direction and a transport. The direction says whether the
+// record routines write values, read them, or only release the memory that
+// reading would have allocated: one routine per record serves all three, so
+// that writing, reading and releasing can never disagree about the layout. The
+// transport says how a value becomes bytes:
+//
+//   XDR    RFC 4506, through the XDR library. Every integer takes 4 bytes.
+//   plain  big-endian at the natural width, no alignment, no fill.
+//   none   no bytes at all; for releasing.
+//
+// For example the value 266, written by XdUShort:  plain 01 0A, XDR 00 00 01 0A
+// and the text "ab", written by XdString:
+//   plain 00 00 00 02 61 62
+//   XDR   00 00 00 02 00 00 00 02 61 62 00 00   (its length twice)
+// An empty text is 00 00 00 00 and an absent one FF FF FF FF in both.
+//
+// The library's own stdio stream pays about 190 instructions for a 4-byte item,
+// because each one goes through two calls of the C library. So the stream
+// keeps a buffer of its own, hands whole buffers to the file, and gives the
+// library operations that work on this buffer. Single items use the library's
+// inline macros while the buffer has room.
+//
+// The caller owns the stream, normally a local of the function that writes or
+// reads the file, and the file. A stream is some 64 KiB large and owns no other
+// memory. Only regular files are read: what is left of them bounds every count
+// that they claim.
+//
+// Primitives and record routines return true for success and print nothing.
+#pragma once
+
+#include <rpc/types.h>
+#include <rpc/xdr.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "Cutil/ut_arena.h"
+#include "Cutil/ut_memory.h"
+
+// The library's own operation codes.
+enum XdDirection : int32_t {
+  XD_ENCODE = XDR_ENCODE,  // 0: write
+  XD_DECODE = XDR_DECODE,  // 1: read
+  XD_FREE = XDR_FREE,      // 2: release only
+};
+
+// Numbers of the header's transport byte. 2, 3 and 5 belong to the run time.
+enum XdTransport : int32_t {
+  XD_TRANSPORT_NONE = 0,
+  XD_TRANSPORT_XDR = 1,
+  XD_TRANSPORT_PLAIN = 4,
+};
+
+struct XdStream {
+  static constexpr size_t BUFFER_BYTES = 64 * 1024;
+  static constexpr uint32_t NULL_LENGTH = 0xFFFFFFFF;  // of an absent text
+
+  XDR xdr;     // the library's handle; used by the XDR transport only
+  FILE* file;  // the caller's
+  XdDirection direction;
+  XdTransport transport;
+  uint8_t maVers;  // version of the file being read
+  uint8_t miVers;
+  uint8_t Sub_vers;
+  uint8_t* next;   // next byte of the buffer to fill or to take
+  uint8_t* limit;  // end of the buffer, or of what was read into it
+  uint64_t left;   // reading: bytes of the file that are not in the buffer yet
+  int32_t buffer[BUFFER_BYTES / sizeof(int32_t)];
+};
+
+// Puts a stream over `file`, which stands behind the compiled-file header.
+void XdCreateXdr(XdStream* xd, FILE* file, XdDirection direction);
+void XdCreatePlain(XdStream* xd, FILE* file, XdDirection direction);
+
+// A stream whose record routines release all that they would write.
+void XdCreateRelease(XdStream* xd);
+
+// Ends the stream and leaves the file open. When writing, hands the rest of the
+// buffer to the file first: false when that fails.
+[[nodiscard]] bool XdDestroy(XdStream* xd);
+
+// Bytes that can still be read. A count of records that are at least n bytes
+// each cannot be larger than this divided by n.
+inline uint64_t XdRemaining(const XdStream* xd) {
+  return static_cast<uint64_t>(xd->limit - xd->next) + xd->left;
+}
+
+// True when `count` records of at least `bytes` bytes can still follow.
+inline bool XdCountFits(const XdStream* xd, uint64_t count, uint64_t bytes) {
+  return xd->direction != XD_DECODE || count <= XdRemaining(xd) / bytes;
+}
+
+// Scalars ------------------------------------------------------------------
+
+// The general forms, for all directions, transports and fill states.
+[[nodiscard]] bool XdAnyUChar(XdStream* xd, uint8_t* value);
+[[nodiscard]] bool XdAnyUShort(XdStream* xd, uint16_t* value);
+[[nodiscard]] bool XdAnyULong(XdStream* xd, uint32_t* value);
+
+// True when 4 bytes can be written straight into the buffer.
+inline bool XdHasRoom(const XdStream* xd) {
+  return xd->direction == XD_ENCODE && xd->limit - xd->next >= 4;
+}
+
+inline void XdPutWord(XdStream* xd, uint32_t value) {
+  // Plain items are not aligned, so the place is reached byte-wise there.
+  if (xd->transport == XD_TRANSPORT_XDR) {
+    auto* place = reinterpret_cast<int32_t*>(xd->next);
+    IXDR_PUT_U_INT32(place, value);
+  } else {
+    const uint32_t swapped = __builtin_bswap32(value);
+    memcpy(xd->next, &swapped, sizeof swapped);
+  }
+  xd->next += 4;
+}
+
+// An unsigned 8-bit value.
+[[nodiscard]] inline bool XdUChar(XdStream* xd, uint8_t* value) {
+  if (!XdHasRoom(xd)) return XdAnyUChar(xd, value);
+  if (xd->transport == XD_TRANSPORT_PLAIN)
+    *xd->next++ = *value;
+  else
+    XdPutWord(xd, *value);
+  return true;
+}
+
+// An unsigned 16-bit value.
+[[nodiscard]] inline bool XdUShort(XdStream* xd, uint16_t* value) {
+  if (!XdHasRoom(xd)) return XdAnyUShort(xd, value);
+  if (xd->transport == XD_TRANSPORT_PLAIN) {
+    const uint16_t swapped = __builtin_bswap16(*value);
+    memcpy(xd->next, &swapped, sizeof swapped);
+    xd->next += 2;
+  } else {
+    XdPutWord(xd, *value);
+  }
+  return true;
+}
+
+// An unsigned 32-bit value.
+[[nodiscard]] inline bool XdULong(XdStream* xd, uint32_t* value) {
+  if (!XdHasRoom(xd)) return XdAnyULong(xd, value);
+  XdPutWord(xd, *value);
+  return true;
+}
+
+// Signed values of 8, 16 and 32 bits, and IEEE floats of 32 and 64 bits.
+[[nodiscard]] bool XdChar(XdStream* xd, int8_t* value);
+[[nodiscard]] bool XdShort(XdStream* xd, int16_t* value);
+[[nodiscard]] bool XdFloat(XdStream* xd, float* value);
+[[nodiscard]] bool XdDouble(XdStream* xd, double* value);
+
+[[nodiscard]] inline bool XdLong(XdStream* xd, int32_t* value) {
+  // The bits of a signed value are those of the unsigned one.
+  return XdULong(xd, reinterpret_cast<uint32_t*>(value));
+}
+
+// Texts and blocks ---------------------------------------------------------
+//
+// A text that is read is refused when it is longer than the file, or when it
+// holds a zero byte: nothing that writes these files makes one.
+
+// A text in a block of its own, or nullptr. Reading allocates the block, and
+// leaves nullptr when it fails; releasing frees it and clears the pointer.
+[[nodiscard]] bool XdString(XdStream* xd, char** text);
+
+// A text that hangs in `arena`, or nullptr. Releasing clears the pointer; the
+// arena frees the text.
+[[nodiscard]] bool XdText(XdStream* xd, UtArena* arena, const char** text);
+
+// A text in the caller's buffer of `capacity` bytes; nullptr counts as empty.
+// Reading fails when the closing zero byte would not fit.
+[[nodiscard]] bool XdStringBuf(XdStream* xd, char* buffer, uint32_t capacity);
+
+// `length` bytes. Reading into a block that is nullptr allocates it and sets
+// `capacity`; reading into an existing one fails when it is too small. Nothing
+// is released: the record that owns the block does that.
+[[nodiscard]] bool XdBytes(XdStream* xd, char** block, uint32_t* length,
+                           uint32_t* capacity);
+
+// The characters of a text whose length has been transferred already.
+[[nodiscard]] bool XdCharacters(XdStream* xd, char* text, uint32_t length);
