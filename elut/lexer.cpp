@@ -136,13 +136,8 @@ int NameToken(const char* text, size_t length, TokenValue* value) {
   mc_src.next = text + length;
   McName* name = McNameScan(text, length);
   if (name == nullptr) return Exhausted();
-  switch (name->token) {
-    case TOKEN_RCONST:  // PI
-      value->real = 3.141592653589793;
-      return TOKEN_RCONST;
-    case TOKEN_BUILTIN: value->integer = name->value; return TOKEN_BUILTIN;
-    default: value->name = name; return name->token;
-  }
+  *value = name->value;
+  return name->token;
 }
 
 int SigilToken(const char* text, TokenValue* value) {
@@ -318,63 +313,63 @@ int LiteralToken(TokenValue* value) {
   return TOKEN_SCONST;
 }
 
-// Writes a character that begins no token to the standard output.
-void Echo() {
-  putchar_unlocked(static_cast<unsigned char>(*mc_src.next++));
+void SkipComment() {
+  const auto left = static_cast<size_t>(mc_src.limit - mc_src.next);
+  const void* feed = memchr(mc_src.next, '\n', left);
+  mc_src.next = feed == nullptr ? mc_src.limit : static_cast<const char*>(feed);
+}
+
+// What is left when the tokens that a source consists of mostly have been
+// recognised. Returns the token, or -1 when something was skipped. It is kept
+// apart so that the loop of McLex needs no room for it.
+[[gnu::noinline]] int RareToken(Start start, TokenValue* value) {
+  const char* text = mc_src.next;
+  int token = -1;
+  switch (start) {
+    case COMMENT: SkipComment(); return -1;
+    case LITERAL: token = LiteralToken(value); break;
+    case CHARACTER:
+      if (text[1] == '\0' || text[1] == '\n' || text[2] != '\'') break;
+      value->integer = static_cast<uint8_t>(text[1]);
+      mc_src.next = text + 3;
+      return TOKEN_ICONST;
+    case SIGIL: return SigilToken(text, value);
+    case AT: return AtToken(text, value);
+    case END:
+      if (McSrcMore(nullptr)) return -1;
+      return McSrcWrap() ? TOKEN_END_OF_INPUT : -1;
+    default: break;
+  }
+  // What begins no token is written to the standard output.
+  if (token < 0) putchar_unlocked(static_cast<unsigned char>(*mc_src.next++));
+  return token;
 }
 
 }  // namespace
 
 int McLex(TokenValue* value) {
+  const char* text = mc_src.next;
   for (;;) {
-    const char* text = mc_src.next;
+    while (*text == ' ') text++;
     const auto first = static_cast<uint8_t>(*text);
-    switch (TABLE.start[first]) {
-      case BLANK:
-        do text++;
-        while (*text == ' ');
-        mc_src.next = text;
-        continue;
-      case FEED:
-        mc_src.line++;
-        mc_src.next = text + 1;
-        continue;
-      case NAME: return NameToken(text, McNameRun(text), value);
+    const Start start = TABLE.start[first];
+    switch (start) {
       case SINGLE: mc_src.next = text + 1; return TABLE.token[first];
+      case NAME: return NameToken(text, McNameRun(text), value);
       case OPERATOR: return OperatorToken(text, value);
+      case FEED: mc_src.line++; [[fallthrough]];
+      case BLANK: text++; continue;
       case DIGIT: return NumberToken(text, value);
       case POINT:
         if (McIsDigit(text[1])) return NumberToken(text, value);
         mc_src.next = text + 1;
         return TOKEN_DOT;
-      case LITERAL: {
-        const int token = LiteralToken(value);
+      default: {
+        mc_src.next = text;
+        const int token = RareToken(start, value);
         if (token >= 0) return token;
-        Echo();
-        continue;
+        text = mc_src.next;
       }
-      case COMMENT: {
-        const auto left = static_cast<size_t>(mc_src.limit - text);
-        const void* feed = memchr(text, '\n', left);
-        mc_src.next =
-            feed == nullptr ? mc_src.limit : static_cast<const char*>(feed);
-        continue;
-      }
-      case CHARACTER:
-        if (text[1] != '\0' && text[1] != '\n' && text[2] == '\'') {
-          value->integer = static_cast<uint8_t>(text[1]);
-          mc_src.next = text + 3;
-          return TOKEN_ICONST;
-        }
-        Echo();
-        continue;
-      case SIGIL: return SigilToken(text, value);
-      case AT: return AtToken(text, value);
-      case END:
-        if (McSrcMore(nullptr)) continue;
-        if (McSrcWrap()) return TOKEN_END_OF_INPUT;
-        continue;
-      case NOTHING: Echo(); continue;
     }
   }
 }

@@ -21,13 +21,5 @@
 
 #include "elut/token_strings.h"
 
-union TokenValue {
-  McName* name;       // IDENT, FNNAME, CFNNAME, SIGILNAME
-  McTokenText* text;  // SCONST; whoever consumes it releases it
-  int32_t integer;    // ICONST; BUILTIN: the number of the function
-  double real;        // RCONST
-  uint8_t code;       // ASSIGNOP: operator; SIGIL: the character
-};
-
 // The next token, one of the grammar's numbers; 0 at the end of all input.
 int McLex(TokenValue* value);

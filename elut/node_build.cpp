@@ -15,38 +15,60 @@ bool HasSibling(McNodeRef node) {
   return node != 0 && Node(node).sibling != 0;
 }
 
-// Takes a node and gives it its kind, a child list, and payload 0.
-McNodeRef Make(McNodeKind kind, McNodeRef children) {
+// Takes a node and gives it its kind, its children and its payload. None
+// without a program, or when there is no node to be had.
+inline McNodeRef Make(McNodeKind kind, McNodeRef children, uint32_t payload) {
   if (mc_compile.program == nullptr) return 0;
   const McNodeRef made = mc_compile.program->nodes.take();
   if (made == 0) return 0;
-  McNode& node = Node(made);
+  McNode node;
   node.kind = kind;
   node.child = children;
   node.sibling = 0;
-  node.number = 0;
+  node.number = payload;
+  Node(made) = node;
   return made;
 }
 
-// A node over `owned`, which is handed on when the node could be made.
-int MakeOver(McNodeKind kind, McNodeRef* out, McTreeOwner* owned) {
-  *out = Make(kind, owned->get());
-  if (*out == 0) return RC_NO_NODE;
-  owned->release();
-  return RC_OK;
+// Makes a leaf.
+inline int MakeLeaf(McNodeKind kind, uint32_t payload, McNodeRef* out) {
+  *out = Make(kind, 0, payload);
+  return *out == 0 ? RC_NO_NODE : RC_OK;
 }
 
-// The same over two operands. The second is a list, and none when there is
-// none; without the first, which ends the child list, it is released.
-int MakeOverTwo(McNodeKind kind, McNodeRef* out, McTreeOwner* first,
-                McTreeOwner* rest) {
+// Makes a node over a list of children, or releases them.
+inline int MakeOver(McNodeKind kind, uint32_t payload, McNodeRef* out,
+                    McNodeRef children) {
+  *out = Make(kind, children, payload);
+  if (*out != 0) return RC_OK;
+  McTreeFree(&children);
+  return RC_NO_NODE;
+}
+
+// Makes a node over an operand and the list of what follows it, or releases
+// both. An operand that is none ends the children: the rest is released.
+inline int MakeOverTwo(McNodeKind kind, uint32_t payload, McNodeRef* out,
+                       McNodeRef first, McNodeRef rest) {
   *out = 0;
-  if (HasSibling(first->get())) return RC_OPERAND_LINKED;
-  const int code = MakeOver(kind, out, first);
-  if (code != RC_OK) return code;
-  const McNodeRef linked = Node(*out).child;
-  if (linked != 0) Node(linked).sibling = rest->release();
-  return RC_OK;
+  int code = RC_OPERAND_LINKED;
+  if (!HasSibling(first)) {
+    *out = Make(kind, first, payload);
+    code = *out == 0 ? RC_NO_NODE : RC_OK;
+  }
+  if (code == RC_OK && first != 0) {
+    Node(first).sibling = rest;
+    return RC_OK;
+  }
+  McTreeFree(&rest);
+  if (code != RC_OK) McTreeFree(&first);
+  return code;
+}
+
+// The payload of a VAR or REFVAR node.
+uint32_t VariablePayload(McScope scope, uint16_t index) {
+  McNode node;
+  node.variable = {scope, index};
+  return node.number;
 }
 
 // A variable that has members, or the code that says why it has not.
@@ -72,7 +94,7 @@ int MemberVariable(McNodeRef reference) {
 }  // namespace
 
 McNodeRef McNodeNew() {
-  return Make(McNodeKind::EMPTY, 0);
+  return Make(McNodeKind::EMPTY, 0, 0);
 }
 
 // Works off a list of what is to be released; the children of a node are put in
@@ -115,13 +137,14 @@ void McNodeAppendChild(McNodeRef parent, McNodeRef* last, McNodeRef node) {
 }
 
 int McNodeVar(McName* name, McNodeRef* out, McNodeRef subscripts) {
-  *out = 0;
-  McTreeOwner owned(subscripts);
   McScope scope;
   uint16_t index;
-  int code = McVarFind(name, &scope, &index);
-  if (code == RC_OK) code = MakeOver(McNodeKind::VAR, out, &owned);
-  if (code == RC_OK) Node(*out).variable = {scope, index};
+  const int code = McVarFind(name, &scope, &index);
+  if (code == RC_OK)
+    return MakeOver(McNodeKind::VAR, VariablePayload(scope, index), out,
+                    subscripts);
+  *out = 0;
+  McTreeFree(&subscripts);
   return code;
 }
 
@@ -132,168 +155,152 @@ int McNodeRefVar(McName* name, McNodeRef* out) {
 }
 
 int McNodeInt(McNodeRef* out, int32_t value) {
-  *out = Make(McNodeKind::INT, 0);
-  if (*out == 0) return RC_NO_NODE;
-  Node(*out).integer = value;
-  return RC_OK;
+  return MakeLeaf(McNodeKind::INT, static_cast<uint32_t>(value), out);
 }
 
 int McNodeReal(McNodeRef* out, double value) {
-  *out = Make(McNodeKind::REAL, 0);
-  if (*out == 0) return RC_NO_NODE;
-  return mc_compile.program->constants.add_real(value, &Node(*out).number);
+  *out = 0;
+  if (mc_compile.program == nullptr) return RC_NO_NODE;
+  uint32_t index;
+  const int code = mc_compile.program->constants.add_real(value, &index);
+  return code != RC_OK ? code : MakeLeaf(McNodeKind::REAL, index, out);
 }
 
 int McNodeString(McNodeRef* out, const char* text, uint32_t length) {
-  *out = Make(McNodeKind::STRING, 0);
-  if (*out == 0) return RC_NO_NODE;
-  return mc_compile.program->constants.add_string(
-      &mc_compile.program->arena, text, length, &Node(*out).number);
+  *out = 0;
+  if (mc_compile.program == nullptr) return RC_NO_NODE;
+  uint32_t index;
+  const int code = mc_compile.program->constants.add_string(
+      &mc_compile.program->arena, text, length, &index);
+  return code != RC_OK ? code : MakeLeaf(McNodeKind::STRING, index, out);
 }
 
 int McNodeFunc(McNodeRef* out, uint16_t function, McNodeRef arguments) {
-  McTreeOwner owned(arguments);
-  const int code = MakeOver(McNodeKind::FUNC, out, &owned);
-  if (code == RC_OK) Node(*out).index = function;
-  return code;
+  return MakeOver(McNodeKind::FUNC, function, out, arguments);
 }
 
 int McNodeBinary(uint8_t op, McNodeRef* out, McNodeRef left, McNodeRef right) {
-  McTreeOwner first(left), rest(right);
-  const int code = MakeOverTwo(McNodeKind::OPERA, out, &first, &rest);
-  if (code == RC_OK) Node(*out).op = op;
-  return code;
+  return MakeOverTwo(McNodeKind::OPERA, op, out, left, right);
 }
 
 int McNodeTest(uint8_t op, McNodeRef* out, McNodeRef operand) {
-  return McNodeBinary(op, out, operand, 0);
+  return MakeOverTwo(McNodeKind::OPERA, op, out, operand, 0);
 }
 
 int McNodeUnary(uint8_t op, McNodeRef* out, McNodeRef operand) {
-  McTreeOwner owned(operand);
-  const int code = MakeOver(McNodeKind::UNARY, out, &owned);
-  if (code == RC_OK) Node(*out).op = op;
-  return code;
+  return MakeOver(McNodeKind::UNARY, op, out, operand);
 }
 
 int McNodeExtern(const char* name, McNodeRef* out) {
-  *out = Make(McNodeKind::EXTERN, 0);
-  if (*out == 0) return RC_NO_NODE;
+  *out = 0;
+  if (mc_compile.program == nullptr) return RC_NO_NODE;
   uint32_t slot;
   const int code = StringPoolAdd(&mc_compile.program->strings, name, &slot);
-  if (code == RC_OK)
-    Node(*out).number = slot;
-  else
-    McTreeFree(out);
-  return code;
+  return code != RC_OK ? code : MakeLeaf(McNodeKind::EXTERN, slot, out);
 }
 
 int McNodeExtInd(char sigil, McNodeRef* out, McNodeRef expression) {
-  McTreeOwner owned(expression);
-  const int code = MakeOver(McNodeKind::EXTIND, out, &owned);
-  if (code == RC_OK) Node(*out).sigil = static_cast<int8_t>(sigil);
-  return code;
+  return MakeOver(McNodeKind::EXTIND, static_cast<uint8_t>(sigil), out,
+                  expression);
 }
 
 int McNodeRefer(McNodeRef variable, McNodeRef* last, const char* member,
                 McNodeRef subscripts) {
-  McTreeOwner owned(subscripts);
-  if (variable == 0) return RC_INVALID;
-  const int code = MemberVariable(variable);
-  if (code != RC_OK) return code;
+  int code = variable == 0 ? RC_INVALID : MemberVariable(variable);
   // The whole name counts: XX is no member.
-  if (member[0] < 'X' || member[0] > 'Z' || member[1] != '\0')
-    return RC_NO_MEMBER;
+  if (code == RC_OK &&
+      (member[0] < 'X' || member[0] > 'Z' || member[1] != '\0'))
+    code = RC_NO_MEMBER;
+  if (code != RC_OK) {
+    McTreeFree(&subscripts);
+    return code;
+  }
   McNodeRef made;
-  if (MakeOver(McNodeKind::REFER, &made, &owned) != RC_OK) return RC_NO_NODE;
-  Node(made).index = static_cast<uint16_t>(member[0] - 'X');
-  McNodeAppendChild(variable, last, made);
-  return RC_OK;
+  code = MakeOver(McNodeKind::REFER, static_cast<uint32_t>(member[0] - 'X'),
+                  &made, subscripts);
+  if (code == RC_OK) McNodeAppendChild(variable, last, made);
+  return code;
 }
 
 int McNodeAssign(uint8_t op, McNodeRef* out, McNodeRef target,
                  McNodeRef value) {
+  int code = RC_OK;
+  if (target == 0 || value == 0 || HasSibling(target)) {
+    code = RC_OPERAND_LINKED;
+  } else {
+    const McNodeKind kind = Node(target).kind;
+    if (kind != McNodeKind::VAR && kind != McNodeKind::EXTERN &&
+        kind != McNodeKind::EXTIND)
+      code = RC_BAD_OPERAND;
+  }
+  if (code == RC_OK)
+    return MakeOverTwo(McNodeKind::ASSIGN, op, out, target, value);
   *out = 0;
-  McTreeOwner first(target), rest(value);
-  if (target == 0 || value == 0) return RC_OPERAND_LINKED;
-  if (HasSibling(target)) return RC_OPERAND_LINKED;
-  const McNodeKind kind = Node(target).kind;
-  if (kind != McNodeKind::VAR && kind != McNodeKind::EXTERN &&
-      kind != McNodeKind::EXTIND)
-    return RC_BAD_OPERAND;
-  const int code = MakeOverTwo(McNodeKind::ASSIGN, out, &first, &rest);
-  if (code == RC_OK) Node(*out).op = op;
+  McTreeFree(&target);
+  McTreeFree(&value);
   return code;
 }
 
 int McNodeCall(McNodeRef* out, McName* name, McCallKind kind,
                McNodeRef arguments) {
-  *out = 0;
-  McTreeOwner owned(arguments);
-  if (mc_compile.program == nullptr) return RC_NO_NODE;
   uint16_t index;
-  int code = McCallOf(name, kind, &index);
-  if (code == RC_OK) code = MakeOver(McNodeKind::CALL, out, &owned);
-  if (code == RC_OK) Node(*out).index = index;
+  const int code =
+      mc_compile.program == nullptr ? RC_NO_NODE : McCallOf(name, kind, &index);
+  if (code == RC_OK) return MakeOver(McNodeKind::CALL, index, out, arguments);
+  *out = 0;
+  McTreeFree(&arguments);
   return code;
 }
 
 int McNodeIf(McNodeRef* out, McNodeRef condition, McNodeRef then_part,
              McNodeRef else_part) {
+  // The two parts make one list; a missing or linked first one cannot.
+  const bool linked = HasSibling(then_part);
+  if (then_part != 0 && !linked)
+    Node(then_part).sibling = else_part;
+  else
+    McTreeFree(&else_part);
+  if (!linked) return MakeOverTwo(McNodeKind::IF, 0, out, condition, then_part);
   *out = 0;
-  McTreeOwner first(condition), second(then_part), third(else_part);
-  if (HasSibling(condition) || HasSibling(then_part)) return RC_OPERAND_LINKED;
-  if (then_part != 0) Node(then_part).sibling = third.release();
-  return MakeOverTwo(McNodeKind::IF, out, &first, &second);
+  McTreeFree(&condition);
+  McTreeFree(&then_part);
+  return RC_OPERAND_LINKED;
 }
 
 int McNodeWhile(McNodeRef* out, McNodeRef condition, McNodeRef body) {
-  McTreeOwner first(condition), rest(body);
-  return MakeOverTwo(McNodeKind::WHILE, out, &first, &rest);
+  return MakeOverTwo(McNodeKind::WHILE, 0, out, condition, body);
 }
 
 int McNodeSelect(McNodeRef* out, McNodeRef selector, McNodeRef cases) {
-  McTreeOwner first(selector), rest(cases);
-  return MakeOverTwo(McNodeKind::SELECT, out, &first, &rest);
+  return MakeOverTwo(McNodeKind::SELECT, 0, out, selector, cases);
 }
 
 int McNodeCase(McNodeRef* out, McNodeRef body, McNodeRef tests) {
-  McTreeOwner first(body), rest(tests);
-  return MakeOverTwo(McNodeKind::CASE, out, &first, &rest);
+  return MakeOverTwo(McNodeKind::CASE, 0, out, body, tests);
 }
 
 int McNodeDim(McNodeRef* out, McNodeRef last, McNodeRef first) {
-  McTreeOwner owned_last(last), owned_first(first);
-  return MakeOverTwo(McNodeKind::DIM, out, &owned_last, &owned_first);
+  return MakeOverTwo(McNodeKind::DIM, 0, out, last, first);
 }
 
 int McNodeTrace(McNodeRef* out, McNodeRef statement, uint32_t line) {
   *out = 0;
   if (statement == 0) return RC_NOT_FOUND;
-  McTreeOwner owned(statement);
-  const int code = MakeOver(McNodeKind::TRACE, out, &owned);
-  if (code == RC_OK) Node(*out).number = line;
-  return code;
+  return MakeOver(McNodeKind::TRACE, line, out, statement);
 }
 
 int McNodeAllocate(McNodeRef* out, McNodeRef list) {
-  McTreeOwner owned(list);
-  return MakeOver(McNodeKind::ALLOC, out, &owned);
+  return MakeOver(McNodeKind::ALLOC, 0, out, list);
 }
 
 int McNodeRelease(McNodeRef* out, McNodeRef list) {
-  McTreeOwner owned(list);
-  return MakeOver(McNodeKind::FREE, out, &owned);
+  return MakeOver(McNodeKind::FREE, 0, out, list);
 }
 
 int McNodePrint(McNodeRef* out, McNodeRef list) {
-  McTreeOwner owned(list);
-  return MakeOver(McNodeKind::PRINT, out, &owned);
+  return MakeOver(McNodeKind::PRINT, 0, out, list);
 }
 
 int McNodeMake(McNodeKind kind, McNodeRef* out, McNodeRef child) {
-  *out = 0;
-  McTreeOwner owned(child);
-  if (HasSibling(child)) return RC_OPERAND_LINKED;
-  return MakeOver(kind, out, &owned);
+  return MakeOverTwo(kind, 0, out, child, 0);
 }

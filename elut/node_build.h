@@ -32,26 +32,6 @@ void McTreeFree(McNodeRef* slot);
 void McNodeAppendSibling(McNodeList* list, McNodeRef node);
 void McNodeAppendChild(McNodeRef parent, McNodeRef* last, McNodeRef node);
 
-// Owns a tree until it is handed on.
-class McTreeOwner {
- public:
-  explicit McTreeOwner(McNodeRef tree) : tree_(tree) {}
-  McTreeOwner(const McTreeOwner&) = delete;
-  McTreeOwner& operator=(const McTreeOwner&) = delete;
-  ~McTreeOwner() {
-    if (tree_ != 0) McTreeFree(&tree_);
-  }
-  McNodeRef get() const { return tree_; }
-  McNodeRef release() {
-    const McNodeRef tree = tree_;
-    tree_ = 0;
-    return tree;
-  }
-
- private:
-  McNodeRef tree_;
-};
-
 // Expressions.
 [[nodiscard]] int McNodeVar(McName* name, McNodeRef* out, McNodeRef subscripts);
 [[nodiscard]] int McNodeRefVar(McName* name, McNodeRef* out);

@@ -95,24 +95,31 @@ bool McXdrConstants(Body* body) {
 
 // Trees ---------------------------------------------------------------------
 
-// The payload of a node, by its kind.
-bool McXdrPayload(XdStream* xd, McNode* node) {
-  switch (MC_KIND_PAYLOADS[static_cast<int>(node->kind)]) {
+// The head of a node record: its kind and its payload. Kind 0 is no node.
+template <class Port>
+bool McXdrNode(Port* port, McNode* node) {
+  auto kind = static_cast<uint8_t>(node->kind);
+  if (!port->uchar(&kind) || kind >= MC_KIND_COUNT) return false;
+  node->kind = static_cast<McNodeKind>(kind);
+  switch (MC_KIND_PAYLOADS[kind]) {
     case McPayload::NONE: return true;
     case McPayload::VARIABLE:
-      return XdUShort(xd, &node->variable.scope) &&
-             XdUShort(xd, &node->variable.index);
-    case McPayload::INTEGER: return XdLong(xd, &node->integer);
-    case McPayload::NUMBER: return XdULong(xd, &node->number);
+      return port->ushort(&node->variable.scope) &&
+             port->ushort(&node->variable.index);
+    case McPayload::INTEGER: return port->slong(&node->integer);
+    case McPayload::NUMBER: return port->ulong(&node->number);
     case McPayload::FUNCTION:
       // The number stands in the file twice.
-      return XdUShort(xd, &node->index) && XdUShort(xd, &node->index);
-    case McPayload::OPERATOR: return XdUChar(xd, &node->op);
-    case McPayload::INDEX: return XdUShort(xd, &node->index);
-    case McPayload::SIGIL: return XdChar(xd, &node->sigil);
+      return port->ushort(&node->index) && port->ushort(&node->index);
+    case McPayload::OPERATOR: return port->uchar(&node->op);
+    case McPayload::INDEX: return port->ushort(&node->index);
+    case McPayload::SIGIL: return port->schar(&node->sigil);
   }
   return false;
 }
+
+// More than the head of a node and the end of its children take.
+constexpr size_t NODE_ROOM = 32;
 
 // True when what a node that was read refers to is there.
 bool ReferenceHolds(Body* body, const McNode& node) {
@@ -134,19 +141,37 @@ bool ReferenceHolds(Body* body, const McNode& node) {
   }
 }
 
-bool WriteTree(Body* body, McNodeRef root) {
+// Writes the tree through a port that does not check for room, which is made
+// for every node and for every end of a child list.
+template <XdTransport TRANSPORT>
+bool WriteTreeTo(Body* body, McNodeRef root) {
   XdStream* xd = body->xd;
-  uint8_t end = 0;
-  if (root == 0) return XdUChar(xd, &end);
-  return body->walker.walk(
+  XdFastPort<TRANSPORT> port = {xd->next};
+  const uint8_t end = 0;
+  const auto make_room = [&] {
+    if (xd->limit - port.next >= ptrdiff_t{NODE_ROOM}) return true;
+    xd->next = port.next;
+    if (!XdMakeRoom(xd, NODE_ROOM)) return false;
+    port.next = xd->next;
+    return true;
+  };
+  const bool written = body->walker.walk(
       body->program->nodes, root,
       [&](const McNode& node) {
-        // Writing does not change the node.
-        auto* written = const_cast<McNode*>(&node);
-        auto kind = static_cast<uint8_t>(node.kind);
-        return XdUChar(xd, &kind) && McXdrPayload(xd, written);
+        McNode copy = node;
+        return make_room() && McXdrNode(&port, &copy);
       },
-      [&](const McNode&) { return XdUChar(xd, &end); });
+      [&](const McNode&) { return make_room() && port.uchar(&end); });
+  xd->next = port.next;
+  return written;
+}
+
+bool WriteTree(Body* body, McNodeRef root) {
+  uint8_t none = 0;
+  if (root == 0) return XdUChar(body->xd, &none);
+  return body->xd->transport == XD_TRANSPORT_XDR
+             ? WriteTreeTo<XD_TRANSPORT_XDR>(body, root)
+             : WriteTreeTo<XD_TRANSPORT_PLAIN>(body, root);
 }
 
 // Reads nodes one behind the other; `path` leads from the root to the node
@@ -155,18 +180,18 @@ bool ReadTree(Body* body, McNodeRef* root) {
   McNodePool& nodes = body->program->nodes;
   UtVector<McNodeList> path;  // first: the parent; last: its last child
   *root = 0;
+  XdPort port = {body->xd};
   do {
-    McNodeKind kind = McNodeKind::EMPTY;
-    if (!XdEnum(body->xd, &kind, MC_KIND_COUNT)) return false;
-    if (kind == McNodeKind::EMPTY) {
+    McNode node = {McNodeKind::EMPTY, 0, 0, {}};
+    if (!McXdrNode(&port, &node)) return false;
+    if (node.kind == McNodeKind::EMPTY) {
       if (!path.empty()) path.pop_back();
       continue;
     }
+    if (!ReferenceHolds(body, node)) return false;
     const McNodeRef made = nodes.take();
     if (made == 0) return false;
-    nodes[made] = {kind, 0, 0, {}};
-    if (!McXdrPayload(body->xd, &nodes[made])) return false;
-    if (!ReferenceHolds(body, nodes[made])) return false;
+    nodes[made] = node;
     if (path.empty())
       *root = made;
     else if (path.back().last == 0)

@@ -1,6 +1,3 @@
-// Names stand in an open-addressing table that is at most half full. Their
-// texts are filled up with zero bytes to whole words, so that two names are
-// compared word by word.
 #include "elut/token_strings.h"
 
 #include <cstring>
@@ -8,21 +5,15 @@
 #include "Cutil/ut_arena.h"
 #include "Cutil/ut_memory.h"
 #include "elut/grammar.h"
-#include "elut/scan_bytes.h"
 
 namespace {
 
 constexpr uint32_t FIRST_SLOTS = 1024;
 
-struct Slot {
-  uint32_t hash;
-  McName* name;  // nullptr: empty
-};
+// Stands for the table while there is none.
+McName* no_slot = nullptr;
 
 struct TokenStrings {
-  Slot* slots = nullptr;
-  uint32_t mask = 0;   // number of slots - 1
-  uint32_t count = 0;  // names
   UtArena names{UtArena::LARGEST_CHUNK / 4};
   UtArena texts{UtArena::LARGEST_CHUNK};
 } state;
@@ -30,40 +21,23 @@ struct TokenStrings {
 struct Word {
   const char* text;
   int token;
-  int value;
 };
 
 constexpr Word RESERVED[] = {
-#define MC_KEYWORD(word) {#word, TOKEN_##word, 0},
+#define MC_KEYWORD(word) {#word, TOKEN_##word},
 #include "elut/tokens.def"
 #undef MC_KEYWORD
-#define MC_BUILTIN(name, signature, function) {#name, TOKEN_BUILTIN, -1},
+#define MC_BUILTIN(name, signature, function) {#name, TOKEN_BUILTIN},
 #include "elut/builtins.def"
 #undef MC_BUILTIN
-    {"PI", TOKEN_RCONST, 0},
+    {"PI", TOKEN_RCONST},
 };
 
-uint64_t Mix(uint64_t hash, uint64_t word) {
-  hash = (hash ^ word) * 0x9E3779B97F4A7C15;
-  return hash ^ (hash >> 32);
-}
+constexpr double PI = 3.141592653589793;
 
-uint32_t Hash(const char* text, size_t length) {
-  uint64_t hash = length;
-  while (length > 8) {
-    hash = Mix(hash, McLoadBytes(text, 8));
-    text += 8;
-    length -= 8;
-  }
-  return static_cast<uint32_t>(Mix(hash, McLoadBytes(text, length)));
-}
-
-bool SameText(const McName* name, const char* text, size_t length) {
-  if (name->length != length) return false;
-  const char* known = name->text();
-  for (; length > 8; known += 8, text += 8, length -= 8)
-    if (McLoadBytes(known, 8) != McLoadBytes(text, 8)) return false;
-  return McLoadBytes(known, 8) == McLoadBytes(text, length);
+uint32_t HashOf(const char* text, size_t length) {
+  return length <= MC_SHORT_NAME ? McKeyOfName(text, length).hash()
+                                 : UtHash(text, length);
 }
 
 // What a word that is not reserved is.
@@ -76,82 +50,94 @@ int TokenOf(const char* text, size_t length) {
   return TOKEN_IDENT;
 }
 
-Slot* SlotOf(uint32_t hash) {
-  uint32_t at = hash & state.mask;
-  while (state.slots[at].name != nullptr) at = (at + 1) & state.mask;
-  return &state.slots[at];
+// The slot of the name, or the empty one where it belongs.
+McName** SlotOf(const char* text, size_t length) {
+  uint32_t at = HashOf(text, length) & mc_names.mask;
+  for (;; at = (at + 1) & mc_names.mask) {
+    McName* name = mc_names.slots[at];
+    if (name == nullptr) break;
+    if (name->length == length && memcmp(name->text(), text, length) == 0)
+      break;
+  }
+  return &mc_names.slots[at];
+}
+
+bool IsStarted() {
+  return mc_names.slots != &no_slot;
 }
 
 bool MakeTable(uint32_t slots) {
-  auto* table = static_cast<Slot*>(UtAllocZero(slots, sizeof(Slot)));
+  auto* table = static_cast<McName**>(UtAllocZero(slots, sizeof(McName*)));
   if (table == nullptr) return false;
-  Slot* old = state.slots;
-  const uint32_t old_slots = old == nullptr ? 0 : state.mask + 1;
-  state.slots = table;
-  state.mask = slots - 1;
-  for (uint32_t i = 0; i < old_slots; i++)
-    if (old[i].name != nullptr) *SlotOf(old[i].hash) = old[i];
-  UtFree(&old);
+  const McNameTable old = mc_names;
+  const bool grown = IsStarted();
+  mc_names = {table, slots - 1, old.count};
+  for (uint32_t i = 0; grown && i <= old.mask; i++) {
+    const McName* name = old.slots[i];
+    if (name != nullptr) *SlotOf(name->text(), name->length) = old.slots[i];
+  }
+  if (grown) UtFreeBlock(old.slots);
   return true;
 }
 
-McName* AddName(uint32_t hash, const char* text, size_t length, int token) {
-  if (state.count * 2 > state.mask && !MakeTable((state.mask + 1) * 2))
+McName* AddName(const char* text, size_t length, int token) {
+  if (mc_names.count * 2 > mc_names.mask && !MakeTable((mc_names.mask + 1) * 2))
     return nullptr;
-  const size_t room = (length + 8) & ~size_t{7};
+  // The whole text of a short name can be loaded as words.
+  const size_t room = length < 8 ? 8 : length + 1;
   auto* name = static_cast<McName*>(state.names.take(sizeof(McName) + room));
   if (name == nullptr) return nullptr;
   *name = {};
-  name->hash = hash;
   name->length = static_cast<uint32_t>(length);
   name->token = static_cast<uint16_t>(token);
+  name->value.name = name;
   char* place = reinterpret_cast<char*>(name + 1);
-  memset(place, 0, room);
   memcpy(place, text, length);
-  *SlotOf(hash) = {hash, name};
-  state.count++;
+  memset(place + length, 0, room - length);
+  if (length <= MC_SHORT_NAME) {
+    const McNameKey key = McKeyOfName(place, length);
+    name->key[0] = key.first;
+    name->key[1] = key.last;
+  }
+  *SlotOf(place, length) = name;
+  mc_names.count++;
   return name;
 }
 
 bool Start() {
   if (!MakeTable(FIRST_SLOTS)) return false;
-  uint16_t function = 0;
+  int32_t function = 0;
   for (const Word& word : RESERVED) {
-    char padded[32] = {};
+    char padded[16] = {};
     const size_t length = strlen(word.text);
     memcpy(padded, word.text, length);
-    McName* name = AddName(Hash(padded, length), padded, length, word.token);
+    McName* name = AddName(padded, length, word.token);
     if (name == nullptr) {
       McTokenStringsFree();
       return false;
     }
-    if (word.value < 0) name->value = function++;
+    if (word.token == TOKEN_BUILTIN) name->value.integer = function++;
+    if (word.token == TOKEN_RCONST) name->value.real = PI;
   }
   return true;
 }
 
 }  // namespace
 
-McName* McNameScan(const char* text, size_t length) {
-  if (state.slots == nullptr && !Start()) return nullptr;
-  const uint32_t hash = Hash(text, length);
-  for (uint32_t at = hash & state.mask;; at = (at + 1) & state.mask) {
-    const Slot& slot = state.slots[at];
-    if (slot.name == nullptr) break;
-    if (slot.hash == hash && SameText(slot.name, text, length))
-      return slot.name;
-  }
-  return AddName(hash, text, length, TokenOf(text, length));
+McNameTable mc_names = {&no_slot, 0, 0};
+
+McName* McNameSearch(const char* text, size_t length) {
+  if (!IsStarted() && !Start()) return nullptr;
+  McName* name = *SlotOf(text, length);
+  return name != nullptr ? name : AddName(text, length, TokenOf(text, length));
 }
 
 McName* McNameIntern(const char* text) {
   const size_t length = strlen(text);
-  McTokenText* padded = McTokenTextNew(length + 16);
-  if (padded == nullptr) return nullptr;
-  memcpy(padded->text(), text, length + 1);
-  McName* name = McNameScan(padded->text(), length);
-  McTokenTextRelease(padded);
-  return name;
+  if (length >= 8) return McNameScan(text, length);
+  char padded[8] = {};
+  memcpy(padded, text, length);
+  return McNameScan(padded, length);
 }
 
 McTokenText* McTokenTextNew(size_t length) {
@@ -170,8 +156,8 @@ void McTokenTextRelease(McTokenText* text) {
 }
 
 void McTokenStringsFree() {
-  UtFree(&state.slots);
-  state.mask = state.count = 0;
+  if (IsStarted()) UtFreeBlock(mc_names.slots);
+  mc_names = {&no_slot, 0, 0};
   state.names.release();
   state.texts.release();
 }

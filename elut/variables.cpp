@@ -14,6 +14,18 @@ namespace {
 
 constexpr uint32_t DIM_LIMIT = 255;  // the count is one byte
 
+// Releases a tree, or list of trees, at the end of its scope.
+class TreeOwner {
+ public:
+  explicit TreeOwner(McNodeRef tree) : tree_(tree) {}
+  TreeOwner(const TreeOwner&) = delete;
+  TreeOwner& operator=(const TreeOwner&) = delete;
+  ~TreeOwner() { McTreeFree(&tree_); }
+
+ private:
+  McNodeRef tree_;
+};
+
 // Bounds that were evaluated for a declaration.
 struct Bounds {
   McRange range = {};
@@ -269,7 +281,7 @@ int McVarFind(const McName* name, McScope* scope, uint16_t* index) {
 
 int McVarDeclare(McScope scope, McName* name, McValueType type, McNodeRef low,
                  McNodeRef high, McNodeRef dims) {
-  McTreeOwner owned_low(low), owned_high(high), owned_dims(dims);
+  TreeOwner owned_low(low), owned_high(high), owned_dims(dims);
   McVarTable* table = McScopeTable(scope);
   if (table == nullptr) return RC_INVALID;
   Bounds bounds;
@@ -284,7 +296,7 @@ int McVarDeclare(McScope scope, McName* name, McValueType type, McNodeRef low,
 
 int McVarDeclareDynamic(McScope scope, McName* name, McValueType type,
                         uint32_t count, McNodeRef low, McNodeRef high) {
-  McTreeOwner owned_low(low), owned_high(high);
+  TreeOwner owned_low(low), owned_high(high);
   McVarTable* table = McScopeTable(scope);
   if (table == nullptr || count == 0 || count > DIM_LIMIT) return RC_INVALID;
   McRange range = {};

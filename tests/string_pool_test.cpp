@@ -327,6 +327,17 @@ TEST(StringPool, ReadPoolIsUsed) {
             "slots 64 reuse 3 unused 4 text 10/5632");
 }
 
+TEST(StringPool, ReadOwnTextsReserveTheirCharacters) {
+  const std::string bytes = FromHex(
+      "0001 00000002 00000002 00000001 00000001 41 00000001 00000002 4243 "
+      "00000001 00000002");
+  StringPool pool;
+  ASSERT_TRUE(XdReadFrom(XD_TRANSPORT_PLAIN, bytes, [&](XdStream* xd) {
+                return StringPoolRecord(xd, &pool);
+              }).good);
+  EXPECT_EQ(Layout(pool), "1x1 'A' 1x2 'BC' slots 2 reuse 1 unused 2 text 0/0");
+}
+
 // One word of a sound record is changed. Its words are those of the record of
 // A, B and A above.
 struct BadWord {
@@ -380,6 +391,13 @@ TEST(StringPool, UnsoundRecordsAreRefused) {
     EXPECT_FALSE(read(bytes)) << row.why;
     EXPECT_EQ(Layout(pool), "slots 0 reuse 0 unused 0 text 0/0") << row.why;
   }
+
+  // Three slots share the text of one: each fits alone, but a few large texts
+  // shared by all slots of a file would take forever to look at.
+  EXPECT_FALSE(read(FromHex(
+      "0001 00000003 00000004 00000001 00000002 00000000 00000001 00000002 "
+      "00000000 00000001 00000002 00000000 00000000 00000000 00000004 00001600 "
+      "00000004 41004200")));
 
   // Every other change is refused too, or gives a pool that works.
   for (size_t i = 0; i < sound.size(); ++i) {

@@ -178,6 +178,11 @@ bool XdDestroy(XdStream* xd) {
   return written;
 }
 
+bool XdMakeRoom(XdStream* xd, size_t bytes) {
+  const auto room = static_cast<size_t>(xd->limit - xd->next);
+  return room >= bytes || Flush(xd);
+}
+
 bool XdAnyUChar(XdStream* xd, uint8_t* value) {
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;

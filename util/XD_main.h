@@ -159,6 +159,56 @@ inline void XdPutWord(XdStream* xd, uint32_t value) {
   return XdULong(xd, reinterpret_cast<uint32_t*>(value));
 }
 
+// Ports --------------------------------------------------------------------
+//
+// A record routine that runs millions of times is a template over a port: the
+// way its items take. XdPort is the stream itself. XdFastPort writes to one
+// transport without looking at the fill state; its user has made room for the
+// longest record before.
+
+struct XdPort {
+  XdStream* xd;
+  bool uchar(uint8_t* value) { return XdUChar(xd, value); }
+  bool schar(int8_t* value) { return XdChar(xd, value); }
+  bool ushort(uint16_t* value) { return XdUShort(xd, value); }
+  bool ulong(uint32_t* value) { return XdULong(xd, value); }
+  bool slong(int32_t* value) { return XdLong(xd, value); }
+};
+
+template <XdTransport TRANSPORT>
+struct XdFastPort {
+  uint8_t* next;
+  bool uchar(const uint8_t* value) { return put<1>(*value); }
+  bool schar(const int8_t* value) {
+    return put<1>(static_cast<uint32_t>(int32_t{*value}));
+  }
+  bool ushort(const uint16_t* value) { return put<2>(*value); }
+  bool ulong(const uint32_t* value) { return put<4>(*value); }
+  bool slong(const int32_t* value) {
+    return put<4>(static_cast<uint32_t>(*value));
+  }
+
+ private:
+  // The lowest WIDTH bytes of a value, or all four in XDR.
+  template <int WIDTH>
+  bool put(uint32_t value) {
+    if constexpr (TRANSPORT == XD_TRANSPORT_XDR) {
+      auto* place = reinterpret_cast<int32_t*>(next);
+      IXDR_PUT_U_INT32(place, value);
+      next += 4;
+    } else {
+      const uint32_t swapped = __builtin_bswap32(value << (32 - 8 * WIDTH));
+      memcpy(next, &swapped, WIDTH);
+      next += WIDTH;
+    }
+    return true;
+  }
+};
+
+// Makes room for `bytes` bytes in the buffer of a writing stream, at most a
+// thousand.
+[[nodiscard]] bool XdMakeRoom(XdStream* xd, size_t bytes);
+
 // Texts and blocks ---------------------------------------------------------
 //
 // A text that is read is refused when it is longer than the file, or when it
