@@ -23,7 +23,8 @@ void* UtArena::take_slow(size_t bytes) {
   top_ = chunk;
   next_ = start + bytes;
   end_ = start + room;
-  chunk_bytes_ = std::min(chunk_bytes_ * 2, LARGEST_CHUNK);
+  taken_ += room;
+  chunk_bytes_ = std::clamp(taken_ / 2, first_chunk_, LARGEST_CHUNK);
   return start;
 }
 
@@ -36,4 +37,5 @@ void UtArena::release() {
   next_ = nullptr;
   end_ = nullptr;
   chunk_bytes_ = first_chunk_;
+  taken_ = 0;
 }

@@ -1,8 +1,9 @@
 // Arena: many small texts and records that live and die together.
 //
 // A program and a mask list own one each; whatever hangs in them goes when the
-// arena goes, so nothing in it is freed alone. Memory comes in chunks that
-// double up to 64 KiB; a large request gets a chunk of its own.
+// arena goes, so nothing in it is freed alone. Memory comes in chunks of half
+// the size of all before, at least 1 KiB and at most 64 KiB: there are many
+// small arenas. A large request gets a chunk of its own.
 #pragma once
 
 #include <cstddef>
@@ -62,4 +63,5 @@ class UtArena {
   char* end_ = nullptr;
   size_t first_chunk_;
   size_t chunk_bytes_;  // of the next chunk
+  size_t taken_ = 0;    // bytes of all chunks
 };

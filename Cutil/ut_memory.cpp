@@ -1,7 +1,10 @@
 #include "Cutil/ut_memory.h"
 
+#include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -10,7 +13,41 @@ constexpr size_t TOO_LARGE = (size_t{1} << 63) - 1;
 
 struct MemoryState {
   uint64_t fail_in = 0;  // requests up to the one that fails; 0: none does
+  char* heap_start = nullptr;  // end of the heap when it was first looked at
+  char* heap_top = nullptr;    // and when it was last looked at
 } state;
+
+constexpr uintptr_t PAGE = 4096;
+constexpr size_t LARGE_PAGE = size_t{2} << 20;
+
+// Asks for large pages in a range of fresh memory: a page fault costs more than
+// filling the page. Whether the system has any does not matter to us.
+void AdviseLargePages(void* start, void* end) {
+  const auto from =
+      (reinterpret_cast<uintptr_t>(start) + PAGE - 1) & ~(PAGE - 1);
+  const auto to = reinterpret_cast<uintptr_t>(end) & ~(PAGE - 1);
+  if (to > from)
+    (void)madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
+}
+
+// The heap has grown up to `top`. Once it is large it grows in large steps.
+[[gnu::noinline]] void HeapGrew(char* top) {
+  char* old_top = state.heap_top;
+  state.heap_top = top;
+  if (state.heap_start == nullptr) state.heap_start = old_top = top;
+  if (top - state.heap_start < ptrdiff_t{2 * LARGE_PAGE}) return;
+  mallopt(M_TOP_PAD, int{2 * LARGE_PAGE});
+  AdviseLargePages(old_top, top);
+}
+
+// Looks at the heap after a block was taken. Blocks so large that they lie
+// outside it are left alone: they move when they grow, which large pages do
+// not survive.
+void* Taken(void* block) {
+  char* top = static_cast<char*>(sbrk(0));
+  if (top != state.heap_top) HeapGrew(top);
+  return block;
+}
 
 bool Fails() {
   return state.fail_in != 0 && --state.fail_in == 0;
@@ -37,13 +74,13 @@ int UtResize(void** holder, size_t count, size_t size, bool uninitialised,
     block = realloc(*holder, bytes);
   else
     block = uninitialised ? malloc(bytes) : calloc(1, bytes);
-  if (block == nullptr) return RC_NO_MEMORY;
+  if (Taken(block) == nullptr) return RC_NO_MEMORY;
   *holder = block;
   return RC_OK;
 }
 
 void* UtAllocZero(size_t count, size_t size) {
-  return Fails() ? nullptr : calloc(count, size);
+  return Fails() ? nullptr : Taken(calloc(count, size));
 }
 
 void* UtAllocBytes(size_t bytes) {

@@ -9,6 +9,9 @@ namespace {
 
 constexpr size_t FEWEST_SLOTS = 32;
 constexpr size_t FEWEST_ENTRIES = 16;
+// A table this small is searched without slots: the many programs of a mask
+// file have few constants each.
+constexpr uint32_t FEW_ENTRIES = 8;
 
 // A NaN equals nothing, itself included.
 bool Equal(const McConstant& a, const McConstant& b) {
@@ -66,19 +69,29 @@ void McConstants::make_room() {
 int McConstants::add(UtArena* arena, McConstant constant, uint32_t* index) {
   *index = 0;
   return UtGuarded([&] {
-    make_room();
+    Slot* slot = nullptr;
     const uint32_t hash = Hash(constant);
-    Slot* slot = slot_of(constant, hash);
-    if (slot->number != 0) {
-      *index = slot->number - 1;
-      return RC_OK;
+    if (count() < FEW_ENTRIES) {
+      for (uint32_t i = 0; i < count(); i++) {
+        if (!Equal(entries_[i], constant)) continue;
+        *index = i;
+        return RC_OK;
+      }
+    } else {
+      make_room();
+      slot = slot_of(constant, hash);
+      if (slot->number != 0) {
+        *index = slot->number - 1;
+        return RC_OK;
+      }
     }
     if (constant.type == McValueType::STRING) {
       constant.text = arena->copy(constant.text, constant.length);
       if (constant.text == nullptr) return RC_NO_MEMORY;
     }
-    *index = count();
     entries_.push_back(constant);
+    *index = count() - 1;
+    if (slot == nullptr) return RC_OK;
     entered_ = count();
     if (Equal(constant, constant)) *slot = {hash, count()};
     return RC_OK;

@@ -892,7 +892,7 @@ mask-message:
 event-handler:
   "ON" event-list "EXECUTE" "{" { McParseProgramHandler($2); }
   subs main-scope body "}"
-    { McProgramSetBody($8); }
+    { McParseCloseHandler($8); }
 | "ON" event-list "{" { McParseAttributeHandler($2); }
   attributes "}"
     { mc_parse.target = nullptr; }

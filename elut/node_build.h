@@ -25,7 +25,7 @@
 
 // Releases the list that begins at `*slot`, with all children, and clears the
 // slot. Does nothing when no program is current.
-void McTreeFree(McNodeRef* slot);
+[[gnu::cold]] void McTreeFree(McNodeRef* slot);
 
 // Append a node to a list, or to the children of a node, whose last child is
 // `*last`. None adds nothing.

@@ -74,11 +74,8 @@ void SkipStatement(int* token, TokenValue* value) {
 // A line of the file of that number, as long as the file is at hand.
 const char* LineText(uint32_t file, uint32_t line) {
   const McSrcPlace place = McSrcPosition();
-  if (place.level > 0)
-    return file == place.file ? McSrcLineText(McSrcLines(), line) : "";
-  return place.level < 0 || file == place.file
-             ? McSrcLineText(mc_parse.lines, line)
-             : "";
+  if (file != place.file) return "";
+  return McSrcLineText(place.level > 0 ? McSrcLines() : mc_parse.lines, line);
 }
 
 bool BeginsStatement(int token) {
@@ -539,6 +536,12 @@ void McParseProgramHandler(EventSpec event) {
   McProgram* program = nullptr;
   NoteHandler(MaskAddProgramHandler(InnermostObject(), event, &program));
   McParseNote(McCompileEnter(program));
+}
+
+void McParseCloseHandler(McNodeRef body) {
+  McProgramSetBody(body);
+  // A mask file has many small programs; what theirs leave over adds up.
+  if (mc_compile.program != nullptr) mc_compile.program->nodes.trim();
 }
 
 void McParseAttributeHandler(EventSpec event) {

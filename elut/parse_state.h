@@ -120,6 +120,7 @@ void McParseOpenObject(MaskObjectType type, const char* name);
 void McParseCloseObject();
 void McParseOpenModule();
 void McParseProgramHandler(EventSpec event);
+void McParseCloseHandler(McNodeRef body);
 void McParseAttributeHandler(EventSpec event);
 void McParseAttribute(const char* name, int32_t integer);
 void McParseAttribute(const char* name, const char* text);

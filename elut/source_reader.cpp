@@ -44,6 +44,7 @@ struct ReaderState {
   uint32_t opened = 0;        // number of the file opened last
   char* text = nullptr;       // copy of a text input
   char* last_name = nullptr;  // of the bottom file that was closed last
+  uint32_t last_number = 0;   // and its number
   uint32_t last_line = 0;     // where its counter stood
 } state;
 
@@ -93,6 +94,7 @@ void CloseAll() {
   }
   UtFree(&state.text);
   UtFree(&state.last_name);
+  state.last_number = 0;
   state.last_line = 0;
   CursorToNothing();
 }
@@ -330,6 +332,7 @@ bool McSrcMore(const char** keep) {
 bool McSrcWrap() {
   if (state.top < 0) return true;
   const uint32_t line = mc_src.line;
+  const uint32_t number = state.levels[state.top].number;
   char* name = CloseLevel(&state.levels[state.top--]);
   if (state.top >= 0) {
     UtFree(&name);
@@ -338,6 +341,7 @@ bool McSrcWrap() {
   }
   UtFree(&state.last_name);
   state.last_name = name;
+  state.last_number = number;
   state.last_line = line;
   CursorToNothing();
   return true;
@@ -347,7 +351,7 @@ McSrcPlace McSrcPosition() {
   if (state.top >= 0)
     return {state.top, state.levels[state.top].number, mc_src.line,
             state.levels[state.top].name};
-  return {-1, 0, state.last_line,
+  return {-1, state.last_number, state.last_line,
           state.last_name == nullptr ? "" : state.last_name};
 }
 

@@ -111,9 +111,9 @@ bool McSrcWrap();
 
 struct McSrcPlace {
   int level;         // -1: no file is open
-  uint32_t file;     // number of the opened file, another one for each; 0: none
+  uint32_t file;     // number of that file, another one for each; 0: none
   uint32_t line;     // of the current level, or where the last file ended
-  const char* name;  // of that file; empty for text input
+  const char* name;  // of the current or that last file; empty for text input
 };
 McSrcPlace McSrcPosition();
 

@@ -13,6 +13,8 @@ McCompile mc_compile;
 namespace {
 
 constexpr uint32_t DIM_LIMIT = 255;  // the count is one byte
+// Room of a table to begin with: routines rarely declare fewer.
+constexpr size_t FIRST_VARIABLES = 8;
 
 // Releases a tree, or list of trees, at the end of its scope.
 class TreeOwner {
@@ -159,6 +161,7 @@ int AddVariable(McVarTable* table, McScope scope, McName* name,
   int code = StoreName(name, &text);
   if (code != RC_OK) return code;
   code = UtGuarded([&] {
+    if (table->entries.empty()) table->entries.reserve(FIRST_VARIABLES);
     table->entries.push_back(
         {text, nullptr, nullptr, type, McStorage::VALUE, 0});
     return RC_OK;

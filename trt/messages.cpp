@@ -20,6 +20,9 @@ const char* MessageText(unsigned number) {
   return index < MSG_COUNT ? TEXTS[index] : nullptr;
 }
 
+// The number decides the arguments; the table's texts are the only formats.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
 void MessagePrint(unsigned number, ...) {
   const char* text = MessageText(number);
   if (text == nullptr) return;
@@ -28,3 +31,4 @@ void MessagePrint(unsigned number, ...) {
   ChannelPrintV(CHANNEL_WARNINGS, text, arguments);
   va_end(arguments);
 }
+#pragma GCC diagnostic pop

@@ -151,6 +151,18 @@ bool TextLength(XdStream* xd, const char* text, uint32_t* length) {
          *length <= XdRemaining(xd);
 }
 
+// Writes a text that the buffer has room for in one step: most texts of a file
+// are short names. False when it is not written yet.
+bool PutShortText(XdStream* xd, const char* text) {
+  if (xd->transport != XD_TRANSPORT_PLAIN || text == nullptr) return false;
+  const size_t length = strlen(text);
+  if (static_cast<size_t>(xd->limit - xd->next) < length + 4) return false;
+  XdPutWord(xd, static_cast<uint32_t>(length));
+  memcpy(xd->next, text, length);
+  xd->next += length;
+  return true;
+}
+
 }  // namespace
 
 void XdCreateXdr(XdStream* xd, FILE* file, XdDirection direction) {
@@ -292,6 +304,7 @@ bool XdText(XdStream* xd, UtArena* arena, const char** text) {
   if (xd->transport == XD_TRANSPORT_NONE) return true;
   uint32_t length = 0;
   if (xd->direction == XD_ENCODE) {
+    if (PutShortText(xd, *text)) return true;
     if (!TextLength(xd, *text, &length)) return false;
     // Writing does not change the characters.
     return length == XdStream::NULL_LENGTH ||

@@ -47,6 +47,18 @@ class UtStruct {
   // One more than the highest number handed out so far.
   UtRecord end() const { return used_; }
 
+  // Gives blocks that no record was ever taken from back. Never fails: without
+  // memory for a smaller pool it stays as it is.
+  void trim() {
+    const uint32_t blocks = (used_ + BLOCK_RECORDS - 1) / BLOCK_RECORDS;
+    if (blocks * BLOCK_RECORDS >= capacity_) return;
+    void* block = records_;
+    const size_t size = size_t{blocks} * BLOCK_RECORDS;
+    if (UtResize(&block, size, sizeof(Record), true, 0) != RC_OK) return;
+    records_ = static_cast<Record*>(block);
+    capacity_ = static_cast<uint32_t>(size);
+  }
+
   void release() {
     UtFree(&records_);
     used_ = 1;
@@ -54,7 +66,7 @@ class UtStruct {
   }
 
  private:
-  UtRecord take_returned() {
+  [[gnu::noinline]] UtRecord take_returned() {
     const UtRecord record = free_;
     memcpy(&free_, static_cast<void*>(&records_[record]), sizeof free_);
     return record;
@@ -62,7 +74,7 @@ class UtStruct {
 
   // Adds blocks: half as many again as there are, so that all growth together
   // moves each record a bounded number of times.
-  bool grow() {
+  [[gnu::noinline, gnu::cold]] bool grow() {
     const uint64_t blocks = capacity_ / BLOCK_RECORDS;
     const uint64_t wanted = (blocks + blocks / 2 + 1) * BLOCK_RECORDS;
     if (wanted > UINT32_MAX) return false;
