@@ -178,11 +178,18 @@ void MaskLimit(const char* report) {
   mc_parse.mask_limit = true;
 }
 
+// Takes the result of making a program: nothing but exhausted memory keeps one
+// from being made.
+void NoteProgram(int code) {
+  if (code == RC_NO_NODE) code = RC_NO_MEMORY;
+  McParseNote(code);
+}
+
 // Takes the result of adding a handler.
 void NoteHandler(int code) {
   if (code == RC_INVALID) MaskLimit("too many handlers\n");
   McParseSetCode(code);
-  McParseNote(code);
+  NoteProgram(code);
 }
 
 // Where attributes go.
@@ -528,7 +535,7 @@ void McParseCloseObject() {
 
 void McParseOpenModule() {
   McProgram* program = nullptr;
-  McParseNote(MaskSetModule(InnermostObject(), &program));
+  NoteProgram(MaskSetModule(InnermostObject(), &program));
   McParseNote(McCompileEnter(program));
 }
 

@@ -139,7 +139,7 @@ int McImportAdd(McProgram* program, uint8_t kind, const char* name,
                 const char* from, const char* module, const char* file) {
   McImport import = {kind, nullptr, nullptr, nullptr};
   int code = StoreText(program, name, &import.name);
-  if (file != nullptr) {
+  if (file != nullptr && *file != '\0') {
     import.kind |= MC_IMPORT_FILE;
     if (code == RC_OK) code = StoreText(program, file, &import.source);
   } else {

@@ -156,8 +156,8 @@ void McProgramFree(McProgram** slot);
 [[nodiscard]] int McCallAdd(McProgram* program, McCallKind kind,
                             const char* name, uint16_t* index);
 
-// Absent and empty texts are stored as none. With `file`, the other two texts
-// are not stored.
+// Absent and empty texts count as none. With `file`, the other two texts are not
+// stored.
 [[nodiscard]] int McImportAdd(McProgram* program, uint8_t kind,
                               const char* name, const char* from,
                               const char* module, const char* file);

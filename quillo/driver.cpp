@@ -1,5 +1,6 @@
 #include "quillo/driver.h"
 
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -45,30 +46,28 @@ void StartServices() {
   McSrcReset();
 }
 
+// Name of a compiled file. Only a name that fits is written to; a longer one is
+// shown in the report. No source that could be opened has a longer name.
 struct OutputName {
-  char text[FILE_NAME_LIMIT + 1];
+  char text[FILE_NAME_LIMIT + PATH_MAX + 8];
+  bool fits() const { return strlen(text) <= FILE_NAME_LIMIT; }
 };
 
 // Builds the name of the file that a source is compiled into. The name is cut
-// at its last ".", be that in a directory, and gets the extension. False when
-// it would be longer than a file name may be.
-bool BuildOutputName(const Options& options, const char* source,
-                     const char* extension, OutputName* output) {
-  char name[2 * FILE_NAME_LIMIT + 2];
-  strcpy(name, options.destination);
-  if (options.source_count > 1 || name[0] == '\0') {
-    const char* slash = strrchr(source, '/');
-    const char* base = slash == nullptr ? source : slash + 1;
-    if (strlen(name) + strlen(base) >= sizeof name) return false;
-    strcat(name, base);
-  }
-  const char* dot = strrchr(name, '.');
-  const size_t kept =
-      dot == nullptr ? strlen(name) : static_cast<size_t>(dot - name);
-  if (kept + strlen(extension) > FILE_NAME_LIMIT) return false;
-  memcpy(output->text, name, kept);
-  strcpy(output->text + kept, extension);
-  return true;
+// at its last ".", be that in a directory, and gets the extension.
+OutputName BuildOutputName(const Options& options, const char* source,
+                           const char* extension) {
+  OutputName output;
+  const bool add_base =
+      options.source_count > 1 || options.destination[0] == '\0';
+  const char* slash = strrchr(source, '/');
+  const char* base = slash == nullptr ? source : slash + 1;
+  snprintf(output.text, sizeof output.text - 4, "%s%.*s", options.destination,
+           PATH_MAX, add_base ? base : "");
+  char* dot = strrchr(output.text, '.');
+  if (dot != nullptr) *dot = '\0';
+  strcat(output.text, extension);
+  return output;
 }
 
 // One run over the sources of the command line.
@@ -105,17 +104,12 @@ class CompileLoop {
     return code;
   }
 
-  int name_too_long(const char* source) {
-    return report(source, RC_FIXED_TEXT_FULL, true);
-  }
-
   // Parses a mask definition, prints and writes it. The parser has reported
   // what it found.
   int mask(const char* source) {
-    OutputName output;
-    if (options_.compile_mask &&
-        !BuildOutputName(options_, source, ".cg", &output))
-      return name_too_long(source);
+    const OutputName output = BuildOutputName(options_, source, ".cg");
+    if (options_.compile_mask && !output.fits())
+      return report(output.text, RC_FIXED_TEXT_FULL, true);
     EditorList list;
     const int code = MaskParseDefinition(&list, &lines_);
     if (code == RC_OK && options_.print_mask)
@@ -127,9 +121,8 @@ class CompileLoop {
   }
 
   int program(const char* source) {
-    OutputName output;
-    if (!BuildOutputName(options_, source, ".cm", &output))
-      return name_too_long(source);
+    const OutputName output = BuildOutputName(options_, source, ".cm");
+    if (!output.fits()) return report(output.text, RC_FIXED_TEXT_FULL, true);
     McProgram* program = McProgramCreate();
     if (program == nullptr) return report(source, RC_NO_MEMORY, false);
     int code = McParseProgram(program, &lines_);
