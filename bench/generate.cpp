@@ -1,0 +1,250 @@
+#include "bench/generate.h"
+
+#include <cstdint>
+#include <iterator>
+#include <string_view>
+
+namespace {
+
+constexpr const char* NOUNS[] = {
+    "part",   "line",   "edge",  "face",  "base",   "row",    "column",
+    "frame",  "layer",  "hole",  "bolt",  "plate",  "curve",  "arc",
+    "view",   "sheet",  "scale", "grid",  "label",  "angle",  "radius",
+    "length", "width",  "depth", "start", "target", "offset", "total",
+    "symbol", "margin", "point", "index"};
+constexpr const char* VERBS[] = {"draw",   "update",  "check",  "read",
+                                 "move",   "rotate",  "find",   "insert",
+                                 "remove", "convert", "format", "store"};
+constexpr const char* INTEGERS[] = {"count", "index", "row", "level", "state"};
+constexpr const char* REALS[] = {"length", "width", "height", "angle", "ratio"};
+constexpr const char* STRINGS[] = {"name", "line", "unit"};
+constexpr const char* POINTS[] = {"start", "centre"};
+constexpr const char* EXTERNALS[] = {"%ui_level", "%sheet_no", "&glob_scale",
+                                     "&text_height", "&snap_dist"};
+constexpr const char* FUNCTIONS[] = {"FNround_to", "FNdistance", "FNlimit"};
+constexpr const char* MESSAGES[] = {
+    "the selected element cannot be moved because its layer is locked",
+    "value out of range for the number of rows", "press return to continue",
+    "length and width must agree with the sheet format", "no entry found"};
+
+constexpr unsigned STATEMENTS_PER_SUB = 30;
+constexpr unsigned CALLED_NAMES = 2000;
+
+// Appends source text. The draws come from a fixed sequence of numbers.
+class Writer {
+ public:
+  explicit Writer(size_t bytes) { text_.reserve(bytes + 8192); }
+
+  size_t size() const { return text_.size(); }
+  std::string take() { return std::move(text_); }
+
+  unsigned draw(unsigned limit) {
+    state_ = state_ * 6364136223846793005u + 1442695040888963407u;
+    return static_cast<unsigned>(state_ >> 33) % limit;
+  }
+  template <size_t N>
+  const char* pick(const char* const (&words)[N]) {
+    return words[draw(N)];
+  }
+
+  Writer& operator<<(std::string_view text) {
+    text_ += text;
+    return *this;
+  }
+  Writer& operator<<(unsigned number) {
+    text_ += std::to_string(number);
+    return *this;
+  }
+
+ private:
+  std::string text_;
+  uint64_t state_ = 1;
+};
+
+void Factor(Writer* out) {
+  switch (out->draw(8)) {
+    case 0: *out << out->draw(1000) << "." << out->draw(100); break;
+    case 1: *out << out->draw(500); break;
+    case 2: *out << out->pick(EXTERNALS); break;
+    case 3: *out << "list(" << out->pick(INTEGERS) << ")"; break;
+    case 4: *out << out->pick(POINTS) << ".X"; break;
+    case 5:
+      *out << out->pick(FUNCTIONS) << "(" << out->pick(REALS) << ", "
+           << out->draw(10) << ")";
+      break;
+    case 6:
+      *out << "(" << out->pick(REALS) << " - " << out->pick(REALS) << ")";
+      break;
+    default: *out << out->pick(REALS); break;
+  }
+}
+
+void Expression(Writer* out) {
+  static constexpr const char* OPERATORS[] = {" + ", " - ", " * ", " / "};
+  Factor(out);
+  for (unsigned i = 2 + out->draw(4); i > 0; i--) {
+    *out << out->pick(OPERATORS);
+    Factor(out);
+  }
+}
+
+void Routine(Writer* out, unsigned number) {
+  *out << VERBS[number % std::size(VERBS)] << "_"
+       << NOUNS[number / std::size(VERBS) % std::size(NOUNS)] << "_" << number;
+}
+
+void Indent(Writer* out, unsigned depth) {
+  for (; depth > 0; depth--) *out << "  ";
+}
+
+// Writes one statement with those inside it; returns their number.
+unsigned Statement(Writer* out, unsigned depth);
+
+unsigned Statements(Writer* out, unsigned depth, unsigned number) {
+  unsigned written = 0;
+  while (written < number) written += Statement(out, depth);
+  return written;
+}
+
+unsigned Select(Writer* out, unsigned depth) {
+  *out << "SELECT " << out->pick(INTEGERS) << ";\n";
+  unsigned written = 1;
+  for (unsigned label = 1; label < 10; label += 3) {
+    Indent(out, depth);
+    *out << "CASE " << label << ", " << label + 1 << " TO " << label + 2
+         << ";\n";
+    written += Statements(out, depth + 1, 1);
+  }
+  Indent(out, depth);
+  *out << "CASE ELSE\n";
+  written += Statements(out, depth + 1, 1);
+  Indent(out, depth);
+  *out << "END SELECT\n";
+  return written;
+}
+
+unsigned If(Writer* out, unsigned depth) {
+  *out << "IF " << out->pick(REALS) << " > " << out->draw(100) << " AND "
+       << out->pick(INTEGERS) << " <> " << out->draw(9) << " THEN\n";
+  unsigned written = 1 + Statements(out, depth + 1, 2);
+  if (out->draw(2) == 0) {
+    Indent(out, depth);
+    *out << "ELSE\n";
+    written += Statements(out, depth + 1, 1);
+  }
+  Indent(out, depth);
+  *out << "END IF\n";
+  return written;
+}
+
+unsigned While(Writer* out, unsigned depth) {
+  *out << "WHILE " << out->pick(INTEGERS) << " < " << out->draw(200) << " DO\n";
+  const unsigned written = 1 + Statements(out, depth + 1, 2);
+  Indent(out, depth);
+  *out << "END WHILE\n";
+  return written;
+}
+
+unsigned Statement(Writer* out, unsigned depth) {
+  if (out->draw(6) == 0) {
+    Indent(out, depth);
+    *out << "! " << out->pick(MESSAGES) << "\n";
+  }
+  Indent(out, depth);
+  // Nests are three deep at most.
+  switch (out->draw(depth > 3 ? 7 : 10)) {
+    case 0:
+      *out << "CALL ";
+      Routine(out, out->draw(CALLED_NAMES));
+      *out << "(" << out->pick(REALS) << ", list(*), \"" << out->pick(NOUNS)
+           << "\");\n";
+      return 1;
+    case 1:
+      *out << "PRINT \"" << out->pick(MESSAGES) << "\", " << out->pick(REALS)
+           << ";\n";
+      return 1;
+    case 2:
+      *out << out->pick(STRINGS) << " = SPRINT(\"%8.3f\", " << out->pick(REALS)
+           << ") + " << out->pick(STRINGS) << ";\n";
+      return 1;
+    case 3: *out << out->pick(INTEGERS) << " += 1;\n"; return 1;
+    case 7: return If(out, depth);
+    case 8: return While(out, depth);
+    case 9: return Select(out, depth);
+    default:
+      *out << out->pick(REALS) << " = ";
+      Expression(out);
+      *out << ";\n";
+      return 1;
+  }
+}
+
+void Sub(Writer* out, unsigned number) {
+  *out << "! " << MESSAGES[number % std::size(MESSAGES)] << "\nSUB ";
+  Routine(out, number);
+  *out << " (REAL length, list(*); STRING name)\n"
+          "  INTEGER count, index, row[1:500], level, state;\n"
+          "  REAL width, height, angle[0.0:360.0], ratio, table(0:12);\n"
+          "  STRING line, unit;\n"
+          "  POINT start, centre;\n"
+          "  COMMON "
+       << NOUNS[number % std::size(NOUNS)]
+       << "_data\n"
+          "    INTEGER total;\n"
+          "    REAL limit;\n"
+          "  END COMMON\n";
+  (void)Statements(out, 1, STATEMENTS_PER_SUB);
+  *out << "SUBEND\n\n";
+}
+
+void Window(Writer* out, unsigned number) {
+  *out << "WINDOW " << out->pick(NOUNS) << "_" << number
+       << " {\n"
+          "  title = \""
+       << out->pick(MESSAGES) << "\"; width = " << out->draw(900)
+       << "; height = " << out->draw(600)
+       << ";\n"
+          "  ON KEY PF1 DO show_help WITH \"window"
+       << number
+       << "\";\n"
+          "  ON CREATE EXECUTE {\n"
+          "    INTEGER count;\n"
+          "    count = %ui_level * 2;\n"
+          "    PRINT \""
+       << out->pick(MESSAGES)
+       << "\", count + 1;\n"
+          "  }\n";
+  for (unsigned group = 0; group < 2; group++) {
+    *out << "  GROUP " << out->pick(NOUNS) << " {\n    border = " << group
+         << ";\n";
+    for (unsigned i = 0; i < 4; i++) {
+      *out << "    LABEL { x = " << out->draw(400) << "; y = " << out->draw(300)
+           << "; text = \"" << out->pick(NOUNS) << "\"; }\n    BUTTON "
+           << out->pick(VERBS) << i << " {\n      x = " << out->draw(400)
+           << "; y = " << out->draw(300) << "; text = \"" << out->pick(VERBS)
+           << "\";\n      ON BUTTON PRESS DO " << out->pick(VERBS) << " WITH "
+           << out->pick(NOUNS) << ";\n    }\n";
+    }
+    *out << "  }\n";
+  }
+  *out << "}\n\n";
+}
+
+}  // namespace
+
+std::string GenerateProgram(size_t bytes) {
+  Writer out(bytes);
+  out << "PROGRAM site;\n"
+         "IMPORT draw_line, draw_text, set_layer FROM graphics MODULE "
+         "base_lib;\n"
+         "IMPORT CSUB plot_line FROM FILE \"plot.so\";\n\n";
+  for (unsigned number = 0; out.size() < bytes; number++) Sub(&out, number);
+  out << "CALL draw_part_0;\n";
+  return out.take();
+}
+
+std::string GenerateMasks(size_t bytes) {
+  Writer out(bytes);
+  for (unsigned number = 0; out.size() < bytes; number++) Window(&out, number);
+  return out.take();
+}
