@@ -13,9 +13,9 @@
 class UtArena {
  public:
   static constexpr size_t SMALLEST_CHUNK = 1024;
-  static constexpr size_t LARGEST_CHUNK = 64 * 1024;
+  static constexpr size_t LARGEST_CHUNK = size_t{64} * 1024;
 
-  explicit constexpr UtArena(size_t first_chunk = SMALLEST_CHUNK)
+  explicit constexpr UtArena(size_t first_chunk = SMALLEST_CHUNK) noexcept
       : first_chunk_(first_chunk), chunk_bytes_(first_chunk) {}
   UtArena(const UtArena&) = delete;
   UtArena& operator=(const UtArena&) = delete;

@@ -22,12 +22,11 @@ constexpr size_t LARGE_PAGE = size_t{2} << 20;
 
 // Asks for large pages in a range of fresh memory: a page fault costs more than
 // filling the page. Whether the system has any does not matter to us.
-void AdviseLargePages(void* start, void* end) {
-  const auto from =
-      (reinterpret_cast<uintptr_t>(start) + PAGE - 1) & ~(PAGE - 1);
-  const auto to = reinterpret_cast<uintptr_t>(end) & ~(PAGE - 1);
-  if (to > from)
-    (void)madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
+void AdviseLargePages(char* start, char* end) {
+  start += (0 - reinterpret_cast<uintptr_t>(start)) % PAGE;
+  end -= reinterpret_cast<uintptr_t>(end) % PAGE;
+  if (end > start)
+    (void)madvise(start, static_cast<size_t>(end - start), MADV_HUGEPAGE);
 }
 
 // The heap has grown up to `top`. Once it is large it grows in large steps.

@@ -375,7 +375,7 @@ int McValueTruth(const McValue& value, int32_t* truth) {
       *truth = value.real < 0 || value.real > 0;
       return RC_OK;
     case McValueType::STRING:
-      *truth = static_cast<signed char>(*UtTextChars(&value.text));
+      *truth = static_cast<int8_t>(*UtTextChars(&value.text));
       return RC_OK;
     case McValueType::POINT:
       *truth = value.point.x != 0 || value.point.y != 0 || value.point.z != 0;

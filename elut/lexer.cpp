@@ -42,7 +42,7 @@ struct StartTable {
 
   constexpr StartTable() {
     start[0] = END;
-    for (int c : {' ', '\t', '\f'}) start[c] = BLANK;
+    start[' '] = start['\t'] = start['\f'] = BLANK;
     start['\n'] = FEED;
     start['!'] = start['#'] = COMMENT;
     for (int c = 'A'; c <= 'Z'; c++) start[c] = start[c + 32] = NAME;
@@ -50,7 +50,7 @@ struct StartTable {
     start['.'] = POINT;
     start['"'] = LITERAL;
     start['\''] = CHARACTER;
-    for (int c : {'$', '%', '&'}) start[c] = SIGIL;
+    start['$'] = start['%'] = start['&'] = SIGIL;
     start['@'] = AT;
     single(':', TOKEN_COLON);
     single(';', TOKEN_SEMICOLON);
@@ -337,6 +337,8 @@ void SkipComment() {
     case AT: return AtToken(text, value);
     case END:
       if (McSrcMore(nullptr)) return -1;
+      // What is missing must not pass for the end of the source.
+      if (McSrcExhausted()) return Exhausted();
       return McSrcWrap() ? TOKEN_END_OF_INPUT : -1;
     default: break;
   }

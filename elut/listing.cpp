@@ -75,25 +75,20 @@ void McDumpTree(const McNodePool& nodes, McNodeRef root) {
   int depth = 0;
   bool first = true;
   McTreeWalker walker;
-  const int code = UtGuarded([&] {
-    walker.walk(
-        nodes, root,
-        [&](const McNode& node) {
-          if (!first) PrintOut("\n%*s", 7 * depth, "");
-          PrintOut(" %-6s", MC_KIND_NAMES[static_cast<int>(node.kind)]);
-          first = true;
-          depth++;
-          return true;
-        },
-        [&](const McNode&) {
-          first = false;
-          depth--;
-          return true;
-        });
-    return RC_OK;
-  });
-  // A listing that memory does not suffice for breaks off.
-  if (code != RC_OK) PrintOut("\n");
+  walker.walk(
+      nodes, root,
+      [&](const McNode& node) {
+        if (!first) PrintOut("\n%*s", 7 * depth, "");
+        PrintOut(" %-6s", MC_KIND_NAMES[static_cast<int>(node.kind)]);
+        first = true;
+        depth++;
+        return true;
+      },
+      [&](const McNode&) {
+        first = false;
+        depth--;
+        return true;
+      });
 }
 
 // Printing expressions ------------------------------------------------------
@@ -201,9 +196,7 @@ int PrintNode(unsigned channel, const char* prefix, const McProgram* program,
   return ExpressionPrinter(channel, program).print(ref);
 }
 
-}  // namespace
-
-void McDumpProgram(const McProgram* program) {
+void Dump(const McProgram* program) {
   PrintOut("\n------------------------------- PROGRAM: %-32s ------\n",
            OrEmpty(program->name));
   PrintOut(
@@ -234,6 +227,15 @@ void McDumpProgram(const McProgram* program) {
   PrintOut(
       "\n--------------------------------------------------------------------"
       "-----------\n");
+}
+
+}  // namespace
+
+int McDumpProgram(const McProgram* program) {
+  return UtGuarded([&] {
+    Dump(program);
+    return RC_OK;
+  });
 }
 
 int McPrintExpr(unsigned channel, const char* prefix,

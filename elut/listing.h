@@ -10,8 +10,9 @@
 
 #include "elut/program.h"
 
-// Writes the listing of a program to the standard output.
-void McDumpProgram(const McProgram* program);
+// Writes the listing of a program to the standard output. Returns 0 or
+// RC_NO_MEMORY; the listing breaks off then.
+[[nodiscard]] int McDumpProgram(const McProgram* program);
 
 // Prints the main body's PRINT statements as source-like text on an output
 // channel, each with `prefix` in front:

@@ -248,15 +248,13 @@ int MaskParseDefinition(EditorList* list, McLineStore* lines) {
   return Run();
 }
 
-int McParseProgramText(const char* text, McProgram* program,
-                       const uint16_t* sub, McNodeRef* body) {
+int McParseProgramText(const char* text, McProgram* program, McNodeRef* body) {
   *body = 0;
   Prepare(PARSE_PROGRAM, nullptr, nullptr);
   mc_parse.statement_line = 0;
   const int code = McSrcSetText(text);
   if (code != RC_OK) return code;
   Enter(program);
-  if (sub != nullptr) McParseNote(McSubResume(*sub));
   mc_compile.body_slot = body;
   return Run();
 }

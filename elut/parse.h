@@ -29,11 +29,10 @@
 // Mask definitions from the source reader.
 [[nodiscard]] int MaskParseDefinition(EditorList* list, McLineStore* lines);
 
-// A program given as text, whose names are those of `program` and, when there
-// is one, of its SUB number `*sub`. Its main body goes to `*body`, not to the
-// program.
+// A program given as text, added to `program`: its main body, which sees the
+// variables of the main program, goes to `*body` and not to the program.
 [[nodiscard]] int McParseProgramText(const char* text, McProgram* program,
-                                     const uint16_t* sub, McNodeRef* body);
+                                     McNodeRef* body);
 
 // One event handler given as text. It becomes the only handler of a new object
 // of `list`, handed out in `*holder`; nullptr when the parse failed.

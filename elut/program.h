@@ -147,17 +147,13 @@ void McProgramFree(McProgram** slot);
 [[nodiscard]] int McSubAdd(McProgram* program, const char* name,
                            uint16_t* index);
 
-// The first SUB of that name, or RC_NOT_FOUND.
-[[nodiscard]] int McSubFind(const McProgram* program, const char* name,
-                            uint16_t* index);
-
 // A new call reference. The name is stored in normal form: FN or CFN in front
 // goes with those kinds, and blanks and tabs at both ends.
 [[nodiscard]] int McCallAdd(McProgram* program, McCallKind kind,
                             const char* name, uint16_t* index);
 
-// Absent and empty texts count as none. With `file`, the other two texts are not
-// stored.
+// Absent and empty texts count as none. With `file`, the other two texts are
+// not stored.
 [[nodiscard]] int McImportAdd(McProgram* program, uint8_t kind,
                               const char* name, const char* from,
                               const char* module, const char* file);

@@ -332,6 +332,50 @@ bool McXdrCalls(Body* body) {
   return body->calls_needed <= calls.size();
 }
 
+// Tables that a tree's variables can be in.
+struct VisibleTables {
+  const McVarTable* locals;
+  const McVarTable* parameters;  // nullptr: none, in the main program
+  const UtVector<McCommon>* commons;
+
+  bool hold(McScope scope, uint16_t index) const {
+    const McVarTable* table = nullptr;
+    if (scope == MC_SCOPE_LOCAL) table = locals;
+    if (scope == MC_SCOPE_PARAMETER) table = parameters;
+    if (scope >= MC_SCOPE_COMMON &&
+        static_cast<size_t>(scope - MC_SCOPE_COMMON) < commons->size())
+      table =
+          &(*commons)[static_cast<size_t>(scope - MC_SCOPE_COMMON)].variables;
+    return table != nullptr && index < table->entries.size();
+  }
+};
+
+// True when every variable that a tree names is in a table.
+bool VariablesHold(Body* body, McNodeRef root, const VisibleTables& tables) {
+  if (root == 0) return true;
+  return body->walker.walk(
+      body->program->nodes, root,
+      [&](const McNode& node) {
+        return MC_KIND_PAYLOADS[static_cast<int>(node.kind)] !=
+                   McPayload::VARIABLE ||
+               tables.hold(node.variable.scope, node.variable.index);
+      },
+      [](const McNode&) { return true; });
+}
+
+// Trees stand in the file in front of the tables that they need, or behind.
+bool AllVariablesHold(Body* body) {
+  const McProgram& program = *body->program;
+  if (!VariablesHold(body, program.body,
+                     {&program.variables, nullptr, &program.commons}))
+    return false;
+  for (const McSub& sub : program.subs)
+    if (!VariablesHold(body, sub.body,
+                       {&sub.locals, &sub.parameters, &sub.commons}))
+      return false;
+  return true;
+}
+
 bool McXdrProgramBody(XdStream* xd, McProgram* program) {
   Body body = {xd, program, {}};
   if (!StringPoolRecord(xd, &program->strings)) return false;
@@ -343,7 +387,8 @@ bool McXdrProgramBody(XdStream* xd, McProgram* program) {
   if (!McXdrVarTable(&body, &program->variables)) return false;
   if (!McXdrCommons(&body, &program->commons)) return false;
   if (!McXdrSubs(&body)) return false;
-  return McXdrCalls(&body);
+  if (!McXdrCalls(&body)) return false;
+  return !body.reading() || AllVariablesHold(&body);
 }
 
 void RemoveRegular(const char* path) {
@@ -395,8 +440,8 @@ bool McXdrProgram(XdStream* xd, McProgram** slot) {
   if (xd->direction == XD_DECODE) {
     if (present != 1) return false;
     *slot = McProgramCreate();
-    if (*slot == nullptr) return false;
   }
+  if (*slot == nullptr) return false;
   const int code = UtGuarded(
       [&] { return McXdrProgramBody(xd, *slot) ? RC_OK : RC_BODY_FAILED; });
   if (code != RC_OK && xd->direction == XD_DECODE) UtDelete(slot);

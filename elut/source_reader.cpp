@@ -18,7 +18,7 @@ namespace {
 
 // Room of a window: a block of the file, behind a line that is kept and the
 // beginning of one that is not complete.
-constexpr size_t READ_BYTES = 64 * 1024;
+constexpr size_t READ_BYTES = size_t{64} * 1024;
 constexpr size_t LINE_BYTES = MC_SRC_LINE_MAX + 2;  // with CR and LF
 constexpr size_t WINDOW_BYTES = READ_BYTES + 3 * LINE_BYTES;
 
@@ -46,6 +46,8 @@ struct ReaderState {
   char* last_name = nullptr;  // of the bottom file that was closed last
   uint32_t last_number = 0;   // and its number
   uint32_t last_line = 0;     // where its counter stood
+  uint32_t included = 0;      // files included since the stack was empty
+  bool exhausted = false;     // a level ended for want of memory
 } state;
 
 constexpr char NO_INPUT[MC_SRC_PADDING] = {};
@@ -96,6 +98,8 @@ void CloseAll() {
   UtFree(&state.last_name);
   state.last_number = 0;
   state.last_line = 0;
+  state.included = 0;
+  state.exhausted = false;
   CursorToNothing();
 }
 
@@ -254,11 +258,12 @@ int McSrcInclude(const char* name, bool* too_deep) {
   if (state.top < 0) return RC_CANNOT_OPEN;
   const int file = OpenSource(name);
   if (file < 0) return RC_CANNOT_OPEN;
-  if (state.top + 1 >= MC_SRC_LEVELS) {
+  if (state.top + 1 >= MC_SRC_LEVELS || state.included == MC_SRC_INCLUDES) {
     close(file);
     *too_deep = true;
     return RC_CANNOT_OPEN;
   }
+  state.included++;
   return PushLevel(file, name, nullptr, true);
 }
 
@@ -317,6 +322,7 @@ bool McSrcMore(const char** keep) {
     lines.count = 0;
     lines.end = start;
     level->ended = true;
+    state.exhausted = true;
   }
   level->rest_offset += static_cast<uint64_t>(lines.raw_end - start);
   level->rest = lines.raw_end;
@@ -327,6 +333,10 @@ bool McSrcMore(const char** keep) {
   *lines.end = '\0';
   mc_src.limit = lines.end;
   return lines.count > 0;
+}
+
+bool McSrcExhausted() {
+  return state.exhausted;
 }
 
 bool McSrcWrap() {
@@ -343,6 +353,7 @@ bool McSrcWrap() {
   state.last_name = name;
   state.last_number = number;
   state.last_line = line;
+  state.included = 0;
   CursorToNothing();
   return true;
 }

@@ -136,7 +136,7 @@ McName* McNameIntern(const char* text) {
   const size_t length = strlen(text);
   if (length >= 8) return McNameScan(text, length);
   char padded[8] = {};
-  memcpy(padded, text, length);
+  memcpy(padded, text, length + 1);
   return McNameScan(padded, length);
 }
 

@@ -238,11 +238,6 @@ int McSubEnter(const char* name) {
   return EnterRoutine();
 }
 
-int McSubResume(uint16_t index) {
-  mc_compile.sub = &mc_compile.program->subs[index];
-  return EnterRoutine();
-}
-
 int McProgramSetName(const char* name) {
   McProgram* program = mc_compile.program;
   if (program == nullptr) return RC_OK;

@@ -49,9 +49,6 @@ void McCompileReset();
 // main program current.
 [[nodiscard]] int McSubEnter(const char* name);
 
-// Makes SUB number `index` of the current program current.
-[[nodiscard]] int McSubResume(uint16_t index);
-
 // Gives the current program a name; an empty or absent one removes it.
 [[nodiscard]] int McProgramSetName(const char* name);
 

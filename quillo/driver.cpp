@@ -82,12 +82,16 @@ class CompileLoop {
       const char* source = options_.sources[i];
       McSrcReset();
       McParseReset();
-      if (McSrcOpen(source, &lines_) != RC_OK) {
+      const int opened = McSrcOpen(source, &lines_);
+      if (opened == RC_CANNOT_OPEN) {
         ChannelPrint(REPORTS, TEXT_FILE_NOT_FOUND, source);
         lines_.release();
         return 1;
       }
-      result = options_.mask_mode ? mask(source) : program(source);
+      if (opened != RC_OK)
+        result = report(source, opened, false);
+      else
+        result = options_.mask_mode ? mask(source) : program(source);
       lines_.release();
       McTokenStringsFree();
     }
@@ -127,8 +131,8 @@ class CompileLoop {
     if (program == nullptr) return report(source, RC_NO_MEMORY, false);
     int code = McParseProgram(program, &lines_);
     if (code == RC_OK) {
-      if (options_.dump_program) McDumpProgram(program);
-      code = McResolveCalls(program);
+      if (options_.dump_program) code = McDumpProgram(program);
+      if (code == RC_OK) code = McResolveCalls(program);
     }
     if (code != RC_OK) {
       report(source, code, false);

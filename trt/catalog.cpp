@@ -126,12 +126,13 @@ bool TakeRecord(std::string_view* rest, Record* record) {
   while (true) {
     SkipSpace(rest);
     if (rest->empty()) return false;
+    const char first = rest->front();
+    if (first != '$' && !IsDigit(first)) return false;
     size_t end = rest->find_first_of("\r\n");
     if (end == std::string_view::npos) end = rest->size();
     std::string_view line = rest->substr(0, end);
     rest->remove_prefix(end);
-    if (line.front() == '$') continue;
-    if (!IsDigit(line.front())) return false;
+    if (first == '$') continue;
     size_t digits;
     record->number = TakeNumber(&line, &digits);
     if (digits > MOST_DIGITS || line.empty() || !IsSeparator(line.front()))

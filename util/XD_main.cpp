@@ -130,7 +130,7 @@ void Create(XdStream* xd, FILE* file, XdDirection direction,
   xd->next = xd->limit = BufferStart(xd);
   xd->left = 0;
   if (direction == XD_ENCODE) xd->limit += XdStream::BUFFER_BYTES;
-  if (direction != XD_DECODE) return;
+  if (direction != XD_DECODE || file == nullptr) return;
   struct stat status;
   const long position = ftell(file);
   if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) &&
@@ -261,6 +261,7 @@ bool XdDouble(XdStream* xd, double* value) {
 
 bool XdCharacters(XdStream* xd, char* text, uint32_t length) {
   if (length == 0 || xd->direction == XD_FREE) return true;
+  if (text == nullptr) return false;
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
     case XD_TRANSPORT_XDR:
@@ -331,7 +332,7 @@ bool XdStringBuf(XdStream* xd, char* buffer, uint32_t capacity) {
   }
   if (!XdULong(xd, &length)) return false;
   if (xd->direction == XD_DECODE) {
-    if (length >= capacity) return false;
+    if (buffer == nullptr || length >= capacity) return false;
     buffer[length] = '\0';
   }
   return XdCharacters(xd, buffer, length);

@@ -56,7 +56,7 @@ enum XdTransport : int32_t {
 };
 
 struct XdStream {
-  static constexpr size_t BUFFER_BYTES = 64 * 1024;
+  static constexpr size_t BUFFER_BYTES = size_t{64} * 1024;
   static constexpr uint32_t NULL_LENGTH = 0xFFFFFFFF;  // of an absent text
 
   XDR xdr;     // the library's handle; used by the XDR transport only

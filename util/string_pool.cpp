@@ -322,7 +322,7 @@ bool RecordBuffer(XdStream* xd, StringPool* pool) {
     pool->text.resize(used);
   }
   // An empty vector has no block, and reading into none would allocate one.
-  char none;
+  char none = 0;
   char* block = used == 0 ? &none : pool->text.data();
   uint32_t length = used;
   if (!XdBytes(xd, &block, &length, &used)) return false;
