@@ -39,12 +39,8 @@ struct TreatmentCase {
 constexpr TreatmentCase TREATMENTS[] = {
     {0, "a\\n\\101\n", "a\\n\\101\n"},
     {CHANNEL_ADD_NEWLINE, "abc", "abc\n"},
-    {CHANNEL_ADD_NEWLINE, "abc\n", "abc\n\n"},
     {CHANNEL_STRIP_NEWLINE, "abc\n\n", "abc\n"},
-    {CHANNEL_STRIP_NEWLINE, "abc", "abc"},
-    {CHANNEL_STRIP_NEWLINE, "\n", ""},
     {CHANNEL_NEWLINE_TO_BLANK, "abc\n", "abc "},
-    {CHANNEL_NEWLINE_TO_BLANK, "abc", "abc"},
     // A newline is appended, removed again, and the one before it replaced.
     {CHANNEL_ADD_NEWLINE | CHANNEL_STRIP_NEWLINE | CHANNEL_NEWLINE_TO_BLANK,
      "abc\n", "abc "},
@@ -53,12 +49,9 @@ constexpr TreatmentCase TREATMENTS[] = {
     {CHANNEL_ESCAPES, "C:\\new", "C:\new"},
     {CHANNEL_ESCAPES, "\\101-\\101", "A-A"},
     {CHANNEL_ESCAPES, "\\1012", "\\1012"},  // a fourth digit
-    {CHANNEL_ESCAPES, "\\10x", "\\10x"},
-    {CHANNEL_ESCAPES, "\\389.", "\3."},  // 8 and 9 end the number
+    {CHANNEL_ESCAPES, "\\389.", "\3."},     // 8 and 9 end the number
     {CHANNEL_ESCAPES, "\\777", "\xFF"},
     {CHANNEL_ESCAPES, "ab\\000cd", "ab"},  // a zero byte ends the text
-    {CHANNEL_ESCAPES, "ab\\900cd", "ab"},
-    {CHANNEL_ESCAPES, "\\\\n", "\\\\n"},
     {CHANNEL_ESCAPES, "\\\\\\n", "\\\\\n"},
     {CHANNEL_ESCAPES, "\\x\\", "\\x\\"},
 };
@@ -72,36 +65,18 @@ TEST_F(Channels, TreatTexts) {
   }
 }
 
-TEST_F(Channels, PrintWhatTheDriverBinds) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(RC_OK, ChannelBind(0, CHANNEL_STDOUT, CHANNEL_ESCAPES));
-  EXPECT_EQ(RC_OK, ChannelBind(1, CHANNEL_STDERR, CHANNEL_ESCAPES));
-  EXPECT_EQ(RC_OK, ChannelBind(2, CHANNEL_STDOUT,
-                               CHANNEL_ESCAPES | CHANNEL_ADD_NEWLINE));
-  EXPECT_EQ(RC_OK, ChannelPrint(0, "%d;", 7));
-  EXPECT_EQ(RC_OK, ChannelPrint(1, "%s\n", "a\\nb"));
-  EXPECT_EQ(RC_OK, ChannelPrint(2, "abc"));
-  EXPECT_EQ(RC_OK, ChannelPrint(2, "%s", ""));  // no text, no newline
-  for (unsigned silent : {3u, 4u, 7u, 70000u})
-    EXPECT_EQ(RC_OK, ChannelPrint(silent, "lost"));
-  PrintTo(stdout, "[%c]", 'x');
-  PrintOut("%s", "\\n");
-  EXPECT_EQ("7;abc\n[x]\\n", testing::internal::GetCapturedStdout());
-  EXPECT_EQ("a\nb\n", testing::internal::GetCapturedStderr());
-}
-
 TEST_F(Channels, BindOnce) {
-  EXPECT_EQ(RC_INVALID, ChannelBind(0, CHANNEL_UNBOUND, 0));
-  EXPECT_EQ(RC_INVALID, ChannelBind(0, 3, 0));
+  for (const unsigned target : {CHANNEL_UNBOUND + 0u, 3u})
+    EXPECT_EQ(RC_INVALID, ChannelBind(0, target, 0));
   EXPECT_EQ(RC_INVALID, ChannelBind(4, CHANNEL_STDOUT, 0));
   record();
   EXPECT_EQ(RC_CHANNEL_BOUND, ChannelBind(3, CHANNEL_STDERR, 0));
   EXPECT_EQ(RC_CHANNEL_BOUND, ChannelBindTarget(3, 0, 1));
   EXPECT_EQ(41, ChannelPrint(3, "still bound"));  // the call-back's result
-  ChannelReset();
-  EXPECT_EQ(RC_OK, ChannelPrint(3, "unbound"));
+  EXPECT_EQ(RC_OK, ChannelPrint(3, "%s", ""));    // no text, no call
   EXPECT_EQ(1, calls);
+  for (const unsigned silent : {0u, 4u, 70000u})
+    EXPECT_EQ(RC_OK, ChannelPrint(silent, "lost"));
 }
 
 struct RedirectionCase {
@@ -114,10 +89,8 @@ constexpr RedirectionCase REDIRECTIONS[] = {
     {{3, -1, -1}, 41, "abc\n"},
     {{1, 2, 3}, 41, "abc\n\n\n"},
     {{1, -1, -1}, RC_OK, ""},  // ends at an unbound channel
-    {{0, -1, -1}, RC_BAD_REDIRECTION, ""},
     {{1, 0, -1}, RC_BAD_REDIRECTION, ""},
     {{1, 2, 1}, RC_BAD_REDIRECTION, ""},  // a loop beside channel 0
-    {{4, -1, -1}, RC_BAD_REDIRECTION, ""},
     {{0x10003, -1, -1}, RC_BAD_REDIRECTION, ""},
 };
 
@@ -144,16 +117,10 @@ TEST_F(Channels, PrintLongTextsWhole) {
     ChannelPrint(3, "%s\\n", text.c_str());
     EXPECT_EQ(text + "\n\n", taken);
   }
-  const int printed = calls;
   UtFailAllocation(1);
   EXPECT_EQ(RC_NO_MEMORY, ChannelPrint(3, "%5000d", 1));
-  EXPECT_EQ(printed, calls);
-}
-
-TEST(PrintBuffer, CutsWhatDoesNotFit) {
+  EXPECT_EQ(5, calls);
   char buffer[4];
-  EXPECT_EQ(2, PrintBuffer(buffer, sizeof buffer, "%d", 42));
-  EXPECT_STREQ("42", buffer);
   EXPECT_EQ(3, PrintBuffer(buffer, sizeof buffer, "%d", 12345));
   EXPECT_STREQ("123", buffer);
   EXPECT_EQ(-1, PrintBuffer(buffer, sizeof buffer, "%lc", wint_t{0xD800}));

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -28,38 +27,27 @@ class FileTree : public testing::Test {
     std::filesystem::current_path(old_directory_);
     EnvReset();
     std::filesystem::remove_all(root_);
-    for (const auto& [name, value] : old_values_) {
-      if (value)
-        ::setenv(name.c_str(), value->c_str(), 1);
-      else
-        ::unsetenv(name.c_str());
-    }
+    for (const auto& [name, value] : old_values_)
+      set_environment(name.c_str(), value ? value->c_str() : nullptr);
   }
 
   const std::string& root() const { return root_; }
 
   // Writes a file, with the directories above it.
-  void write(const std::string& name, std::string_view text) {
-    const std::filesystem::path path(name);
+  void write(const std::filesystem::path& path, std::string_view text) {
     if (path.has_parent_path())
       std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary)
-        .write(text.data(), static_cast<std::streamsize>(text.size()));
+    std::ofstream(path, std::ios::binary) << text;
   }
 
-  void make_pipe(const std::string& name) {
-    ASSERT_EQ(0, mkfifo(name.c_str(), 0600));
-  }
+  void make_pipe(const char* name) { ASSERT_EQ(0, mkfifo(name, 0600)); }
 
   // A variable set to nothing is set; nullptr unsets it.
   void set_environment(const char* name, const char* value) {
     const char* old = getenv(name);
     old_values_.try_emplace(
         name, old == nullptr ? std::nullopt : std::optional<std::string>(old));
-    if (value == nullptr)
-      ::unsetenv(name);
-    else
-      ::setenv(name, value, 1);
+    value == nullptr ? ::unsetenv(name) : ::setenv(name, value, 1);
   }
 
  private:

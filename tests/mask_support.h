@@ -1,11 +1,9 @@
-// What the tests of masks share: a list under construction, a file, and what
-// was printed on a channel.
+// What the tests of masks share: a list under construction, and what was
+// printed on a channel.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <string>
 
 #include "Cutil/codes.h"
@@ -29,36 +27,6 @@ class ChannelCapture {
     return 0;
   }
   std::string text_;
-};
-
-class TestFile {
- public:
-  TestFile() {
-    const int descriptor = mkstemp(path_);
-    EXPECT_GE(descriptor, 0);
-    close(descriptor);
-  }
-  ~TestFile() { unlink(path_); }
-  const char* path() const { return path_; }
-
-  std::string bytes() const {
-    std::string all;
-    FILE* file = fopen(path_, "rb");
-    EXPECT_NE(nullptr, file);
-    for (int c = getc(file); c != EOF; c = getc(file))
-      all += static_cast<char>(c);
-    fclose(file);
-    return all;
-  }
-  void set_bytes(const std::string& all) const {
-    FILE* file = fopen(path_, "wb");
-    EXPECT_NE(nullptr, file);
-    EXPECT_EQ(all.size(), fwrite(all.data(), 1, all.size(), file));
-    fclose(file);
-  }
-
- private:
-  char path_[32] = "/tmp/mask_test_XXXXXX";
 };
 
 inline MaskObject* NewObject(EditorList* list, MaskObjectType type,
@@ -87,19 +55,21 @@ inline AttributeList* NewHandler(MaskObject* object, EventSpec event) {
   return attributes;
 }
 
+template <class Value>
+void Add(AttributeList* attributes, const char* name, Value value) {
+  EXPECT_EQ(RC_OK, AttributeListAdd(attributes, name, value));
+}
+
 // A body of the one statement PRINT `value`.
 inline void SetPrintBody(McProgram* program, int32_t value) {
-  McNodePool& nodes = program->nodes;
-  const McNodeRef block = nodes.take(), print = nodes.take(),
-                  number = nodes.take();
-  const auto set = [&](McNodeRef node, McNodeKind kind, McNodeRef child) {
-    nodes[node] = {};
-    nodes[node].kind = kind;
-    nodes[node].child = child;
+  const auto take = [&](McNodeKind kind, McNodeRef child) {
+    const McNodeRef node = program->nodes.take();
+    program->nodes[node] = {};
+    program->nodes[node].kind = kind;
+    program->nodes[node].child = child;
+    return node;
   };
-  set(block, McNodeKind::BLOCK, print);
-  set(print, McNodeKind::PRINT, number);
-  set(number, McNodeKind::INT, 0);
-  nodes[number].integer = value;
-  program->body = block;
+  const McNodeRef number = take(McNodeKind::INT, 0);
+  program->nodes[number].integer = value;
+  program->body = take(McNodeKind::BLOCK, take(McNodeKind::PRINT, number));
 }

@@ -18,33 +18,31 @@
 // The caller releases the value.
 inline McValue ValueFromText(const std::string& text) {
   McValue value = McValueNone();
-  if (text == "void") return value;
+  char* end;
   if (text[0] == '\'') {
     const std::string characters = text.substr(1, text.size() - 2);
     if (McValueString(&value, characters.c_str()) != 0) abort();
-    return value;
-  }
-  char* end;
-  if (text[0] == '(') {
+  } else if (text[0] == '(') {
     value.type = McValueType::POINT;
     value.point.x = strtod(text.c_str() + 1, &end);
     value.point.y = strtod(end + 1, &end);
     value.point.z = strtod(end + 1, &end);
-    return value;
+  } else if (text != "void") {
+    const long integer = strtol(text.c_str(), &end, 10);
+    value = *end == '\0' ? McValueInteger(static_cast<int32_t>(integer))
+                         : McValueReal(strtod(text.c_str(), nullptr));
   }
-  const long integer = strtol(text.c_str(), &end, 10);
-  if (*end == '\0') return McValueInteger(static_cast<int32_t>(integer));
-  return McValueReal(strtod(text.c_str(), nullptr));
+  return value;
 }
 
 inline std::string NumberText(double number) {
   if (std::isnan(number)) return "nan";
   char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, number).ptr;
-  return std::string(text, end);
+  return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
 inline std::string ValueText(const McValue& value) {
+  const McPoint& point = value.point;
   switch (value.type) {
     case McValueType::VOID: return "void";
     case McValueType::INTEGER: return std::to_string(value.integer);
@@ -56,8 +54,8 @@ inline std::string ValueText(const McValue& value) {
     case McValueType::STRING:
       return "'" + std::string(UtTextChars(&value.text)) + "'";
     case McValueType::POINT:
-      return "(" + NumberText(value.point.x) + "," + NumberText(value.point.y) +
-             "," + NumberText(value.point.z) + ")";
+      return "(" + NumberText(point.x) + "," + NumberText(point.y) + "," +
+             NumberText(point.z) + ")";
   }
   return "?";
 }

@@ -16,11 +16,10 @@ inline std::string ToHex(std::string_view bytes) {
   std::string hex;
   char digits[4];
   for (const char byte : bytes) {
-    snprintf(digits, sizeof digits, "%02X ", static_cast<uint8_t>(byte));
+    snprintf(digits, sizeof digits, " %02X", static_cast<uint8_t>(byte));
     hex += digits;
   }
-  if (!hex.empty()) hex.pop_back();
-  return hex;
+  return hex.empty() ? hex : hex.substr(1);
 }
 
 // The other way round. Blanks separate bytes or groups of bytes.
@@ -36,10 +35,8 @@ inline std::string FromHex(std::string_view hex) {
 
 inline void XdCreate(XdStream* xd, XdTransport transport, FILE* file,
                      XdDirection direction) {
-  if (transport == XD_TRANSPORT_XDR)
-    XdCreateXdr(xd, file, direction);
-  else
-    XdCreatePlain(xd, file, direction);
+  const bool is_xdr = transport == XD_TRANSPORT_XDR;
+  (is_xdr ? XdCreateXdr : XdCreatePlain)(xd, file, direction);
 }
 
 // The bytes that `write`, called with a stream, puts into a file; "failed" when
@@ -60,22 +57,19 @@ std::string XdWritten(XdTransport transport, Write write) {
   return bytes;
 }
 
-// What `read` returns for a stream over these bytes, and whether it took them
-// all.
-struct XdOutcome {
-  bool good;
-  bool at_end;
-};
+// How many of these bytes `read`, called with a stream, leaves; -1 when it
+// fails.
+constexpr int64_t XD_FAILED = -1;
 template <class Read>
-XdOutcome XdReadFrom(XdTransport transport, std::string_view bytes, Read read) {
+int64_t XdReadFrom(XdTransport transport, std::string_view bytes, Read read) {
   FILE* file = tmpfile();
   fwrite(bytes.data(), 1, bytes.size(), file);
   rewind(file);
   XdStream xd;
   XdCreate(&xd, transport, file, XD_DECODE);
   const bool good = read(&xd);
-  const bool at_end = XdRemaining(&xd) == 0;
+  const auto left = static_cast<int64_t>(XdRemaining(&xd));
   const bool ended = XdDestroy(&xd);
   fclose(file);
-  return {good && ended, at_end};
+  return good && ended ? left : XD_FAILED;
 }

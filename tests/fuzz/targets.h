@@ -1,0 +1,48 @@
+// Fuzz targets: what holds for any bytes whatsoever.
+//
+// A target takes one input, does with it all that a run of the compiler could,
+// and ends the process when something does not hold. What it checks beyond
+// crashes, leaks and endless loops stands beside each. tests/fuzz/fuzz_main.cpp
+// makes a libFuzzer program of each; tests/fuzz_corpus_test.cpp runs the seeds
+// in tests/fuzz/corpus/NAME through the target NAME in every build.
+//
+// docs/reliability.md says how to run them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+using FuzzTarget = void (*)(const uint8_t* bytes, size_t size);
+
+// A program source, compiled. What is written can be read, and read, written
+// and listed again it is the same in both transports.
+void FuzzProgram(const uint8_t* bytes, size_t size);
+
+// A mask source. The same, with the printed form for the listing.
+void FuzzMask(const uint8_t* bytes, size_t size);
+
+// Sources given as text: a handler, a program, expressions.
+void FuzzText(const uint8_t* bytes, size_t size);
+
+// A compiled program or mask file. It is refused, or what was read can be used
+// like what was compiled: listed, written and read again.
+void FuzzProgramFile(const uint8_t* bytes, size_t size);
+void FuzzMaskFile(const uint8_t* bytes, size_t size);
+
+// A defaults file that may include itself, and a message catalog.
+void FuzzDefaults(const uint8_t* bytes, size_t size);
+void FuzzCatalog(const uint8_t* bytes, size_t size);
+
+// The tokens of a file. They do not depend on where in the file they stand.
+void FuzzLexer(const uint8_t* bytes, size_t size);
+
+struct FuzzTargetRow {
+  const char* name;
+  FuzzTarget run;
+};
+inline constexpr FuzzTargetRow FUZZ_TARGETS[] = {
+    {"program", FuzzProgram},    {"mask", FuzzMask},
+    {"text", FuzzText},          {"program_file", FuzzProgramFile},
+    {"mask_file", FuzzMaskFile}, {"defaults", FuzzDefaults},
+    {"catalog", FuzzCatalog},    {"lexer", FuzzLexer},
+};
