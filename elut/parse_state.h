@@ -55,7 +55,6 @@ union McSemantic {
   McNodeList list;  // nodes of a list; VAR node and its last child
   uint32_t number;  // a count, a key code, a line
   uint8_t op;       // McOperator
-  bool flag;
   const char* chars;
   McTokenText* text;
   EventSpec event;

@@ -1,5 +1,4 @@
-// A directory of its own for each test, with the verbs that tests of files
-// need. The test runs inside it; environment values it sets are put back.
+// A directory of its own for each test; environment values are put back.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,14 +34,12 @@ class FileTree : public testing::Test {
 
   // Writes a file, with the directories above it.
   void write(const std::filesystem::path& path, std::string_view text) {
-    if (path.has_parent_path())
-      std::filesystem::create_directories(path.parent_path());
+    std::filesystem::create_directories(absolute(path).parent_path());
     std::ofstream(path, std::ios::binary) << text;
   }
 
   void make_pipe(const char* name) { ASSERT_EQ(0, mkfifo(name, 0600)); }
 
-  // A variable set to nothing is set; nullptr unsets it.
   void set_environment(const char* name, const char* value) {
     const char* old = getenv(name);
     old_values_.try_emplace(

@@ -37,48 +37,17 @@ std::string Line(const Attribute& entry) {
          (is_integer ? std::to_string(entry.integer) : text);
 }
 
-class MaskAttributes : public testing::Test {
- protected:
-  MaskAttributes() {
-    AttributeNamesReset();
-    AttributeListInit(&list, &arena);
-  }
+TEST(MaskAttributes, Adds) {
+  AttributeNamesReset();
   UtArena arena;
   AttributeList list;
-};
-
-TEST_F(MaskAttributes, Adds) {
+  AttributeListInit(&list, &arena);
   for (const auto& [name, integer, text, code, entry] : ADDS) {
     EXPECT_EQ(code, text == nullptr ? AttributeListAdd(&list, name, integer)
                                     : AttributeListAdd(&list, name, text))
         << entry;
     EXPECT_EQ(entry, Line(list.entries[list.count - 1]));
   }
-  EXPECT_EQ(std::size(ADDS), list.count);
-}
-
-TEST_F(MaskAttributes, AFullListRefusesTheNextAndChangesNothing) {
-  for (int i = 0; i < 65504; i++)
-    ASSERT_EQ(RC_OK, AttributeListAdd(&list, "n", i));
-  EXPECT_EQ(RC_INVALID, AttributeListAdd(&list, "new", "x"));
-  EXPECT_EQ(65504, list.count);
-  for (int i = 0; i < 65504; i++) ASSERT_EQ(i, list.entries[i].integer);
-  // "new" was not registered: it may still become an integer's name.
-  AttributeListInit(&list, &arena);
-  EXPECT_EQ(RC_OK, AttributeListAdd(&list, "new", 1));
-}
-
-TEST_F(MaskAttributes, TheRunHas65536Names) {
-  for (int i = 0; i < 65536; i++) {
-    if (i % 60000 == 0) AttributeListInit(&list, &arena);
-    const std::string name = "n" + std::to_string(i);
-    ASSERT_EQ(RC_OK, AttributeListAdd(&list, name.c_str(), 1));
-  }
-  const uint16_t count = list.count;
-  EXPECT_EQ(RC_INVALID, AttributeListAdd(&list, "n65536", 1));
-  EXPECT_EQ(count, list.count);
-  EXPECT_EQ(RC_OK, AttributeListAdd(&list, "n65535", 2));
-  EXPECT_EQ("65535 n65535 1 2", Line(list.entries[count]));
 }
 
 }  // namespace

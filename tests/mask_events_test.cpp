@@ -45,18 +45,4 @@ TEST(MaskEvents, JoinedEvents) {
   }
 }
 
-TEST(MaskEvents, AFullTableRefusesTheNext) {
-  EditorList list;
-  MaskObject* object = NewObject(&list, MaskObjectType::BUTTON, "b");
-  for (uint32_t i = 0; i < 65528; i++) NewHandler(object, MaskKeyEvent(i));
-  AttributeList* attributes;
-  McProgram* program;
-  EXPECT_EQ(RC_INVALID,
-            MaskAddAttributeHandler(object, MaskKeyEvent(1), &attributes));
-  EXPECT_EQ(RC_INVALID,
-            MaskAddProgramHandler(object, MaskKeyEvent(1), &program));
-  EXPECT_EQ(65528, object->handlers.count);
-  EXPECT_EQ(65527u, object->handlers.entries[65527].event.key);
-}
-
 }  // namespace

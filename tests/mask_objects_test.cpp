@@ -6,29 +6,6 @@ namespace {
 
 constexpr char LONGEST[] = "1234567890123456789012345678901";
 
-std::string Names(const MaskObject* parent) {
-  std::string names;
-  for (const MaskObject* child = parent->first_child; child != nullptr;
-       child = child->next) {
-    EXPECT_EQ(parent, child->parent);
-    names += child->name;
-    names += ' ';
-  }
-  return names;
-}
-
-TEST(MaskObjects, ChildrenKeepTheirOrder) {
-  EditorList list;
-  MaskObject* window = NewEditor(&list, "w");
-  MaskObject* group = NewChild(&list, window, MaskObjectType::GROUP, "g");
-  NewChild(&list, group, MaskObjectType::LABEL, "a");
-  NewChild(&list, window, MaskObjectType::LABEL, LONGEST);
-  NewChild(&list, window, MaskObjectType::LABEL,
-           (std::string(LONGEST) + "2").c_str());
-  EXPECT_EQ(std::string("g ") + LONGEST + ' ' + LONGEST + ' ', Names(window));
-  EXPECT_EQ("a ", Names(group));
-}
-
 struct EditorCase {
   std::string first, second;
   const char* warning;  // nullptr: both are editors

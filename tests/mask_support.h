@@ -59,17 +59,3 @@ template <class Value>
 void Add(AttributeList* attributes, const char* name, Value value) {
   EXPECT_EQ(RC_OK, AttributeListAdd(attributes, name, value));
 }
-
-// A body of the one statement PRINT `value`.
-inline void SetPrintBody(McProgram* program, int32_t value) {
-  const auto take = [&](McNodeKind kind, McNodeRef child) {
-    const McNodeRef node = program->nodes.take();
-    program->nodes[node] = {};
-    program->nodes[node].kind = kind;
-    program->nodes[node].child = child;
-    return node;
-  };
-  const McNodeRef number = take(McNodeKind::INT, 0);
-  program->nodes[number].integer = value;
-  program->body = take(McNodeKind::BLOCK, take(McNodeKind::PRINT, number));
-}

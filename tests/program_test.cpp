@@ -3,13 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "Cutil/codes.h"
-#include "elut/variables.h"
 
 namespace {
-
-const char* Shown(const char* text) {
-  return text == nullptr ? "none" : text;
-}
 
 TEST(Program, CallNames) {
   McProgram program;
@@ -20,18 +15,16 @@ TEST(Program, CallNames) {
   } rows[] = {
       {McCallKind::SUB, "FNs", "FNs", true},
       {McCallKind::SUB, " s\t", "s", true},
-      {McCallKind::FN, "FNs", "s", true},
       {McCallKind::FN, "FN s ", "s", true},
-      {McCallKind::FN, "s", "s", true},
       {McCallKind::FN, "FNFNs", "FNs", true},
-      {McCallKind::FN, "FN", "none", true},
+      {McCallKind::FN, "FN", nullptr, true},
       {McCallKind::CFN, "CFNs", "s", false},
       {McCallKind::CFN, "FNs", "FNs", false},
   };
   for (const auto& row : rows) {
     uint16_t index;
     ASSERT_EQ(RC_OK, McCallAdd(&program, row.kind, row.name, &index));
-    EXPECT_STREQ(row.stored, Shown(program.calls[index].name)) << row.name;
+    EXPECT_STREQ(row.stored, program.calls[index].name);
     EXPECT_EQ(row.external, program.calls[index].external);
   }
 }
@@ -50,31 +43,6 @@ TEST(Program, ResolvedCalls) {
   EXPECT_FALSE(program.calls[2].external);
   EXPECT_EQ(nullptr, program.calls[2].name);
   EXPECT_EQ(1, program.calls[2].sub_index);
-}
-
-// The local table is searched first, whatever was declared first.
-TEST(Program, ScopesInOrder) {
-  McProgram program;
-  McName* x = McNameIntern("x");
-  McScope scope;
-  uint16_t index;
-  ASSERT_EQ(RC_OK, McCompileEnter(&program));
-  EXPECT_EQ(RC_INVALID, McVarDeclare(3, x, McValueType::REAL, 0, 0, 0))
-      << "there are no parameters outside of a SUB";
-  ASSERT_EQ(RC_OK, McSubEnter("s"));
-  ASSERT_EQ(RC_OK, McCommonDeclare("c"));
-  for (const McScope next : std::initializer_list<McScope>{16, 3, 2, 2}) {
-    ASSERT_EQ(RC_OK, McVarDeclare(next, x, McValueType::REAL, 0, 0, 0));
-    ASSERT_EQ(RC_OK, McVarFind(x, &scope, &index));
-    EXPECT_EQ(next, scope);
-    EXPECT_EQ(0, index);
-  }
-  ASSERT_EQ(RC_OK, McSubEnter("t"));
-  EXPECT_EQ(RC_NO_VARIABLE, McVarFind(x, &scope, &index));
-  ASSERT_EQ(RC_OK, McCompileEnter(nullptr));
-  EXPECT_EQ(RC_NOT_FOUND, McVarFind(x, &scope, &index));
-  McCompileReset();
-  McTokenStringsFree();
 }
 
 }  // namespace

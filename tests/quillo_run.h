@@ -1,19 +1,23 @@
-// Runs the built compiler as a user does, in the current directory.
+// Runs the compiler in the current directory: the built program as a user does,
+// and the driver inside the test process, as often as a test likes.
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
-#include <string>
-#include <vector>
+
+#include "elut/mask_attributes.h"
+#include "elut/parse_state.h"
+#include "quillo/defaults.h"
+#include "quillo/driver.h"
+#include "quillo/environment.h"
+#include "trt/catalog.h"
 
 // The contents of a file; nothing when there is none.
 inline std::optional<std::string> ReadWhole(const std::string& name) {
@@ -23,39 +27,74 @@ inline std::optional<std::string> ReadWhole(const std::string& name) {
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
+// Catches a standard stream while it lives, what child processes write too.
+class StreamCatch {
+ public:
+  explicit StreamCatch(FILE* stream) : stream_(stream) {
+    fflush(stream_);
+    dup2(file_, fileno(stream_));
+  }
+  ~StreamCatch() {
+    fflush(stream_);
+    dup2(real_, fileno(stream_));
+    close(real_);
+    close(file_);
+  }
+  std::string text() const {
+    fflush(stream_);
+    std::string all(static_cast<size_t>(lseek(file_, 0, SEEK_CUR)), '\0');
+    EXPECT_EQ(ssize_t(all.size()), pread(file_, all.data(), all.size(), 0));
+    return all;
+  }
+
+ private:
+  FILE* stream_;
+  int real_ = dup(fileno(stream_));
+  int file_ = memfd_create("caught", MFD_CLOEXEC);
+};
+
 struct RunResult {
-  int status;  // of the process: codes are cut to 8 bits; -1: killed
+  int status;  // of a process: codes are cut to 8 bits; -1: killed
   std::string out;
   std::string err;
 };
 
-inline constexpr const char* STDOUT_FILE = ".stdout";
-inline constexpr const char* STDERR_FILE = ".stderr";
+inline RunResult RunQuillo(const std::vector<std::string>& arguments) {
+  const std::filesystem::path binary = QUILLO_BINARY;
+  std::string command =
+      "PATH=" + binary.parent_path().string() + " exec quillo";
+  for (const auto& argument : arguments) command += " '" + argument + "'";
+  const StreamCatch out(stdout), err(stderr);
+  const int status = std::system(command.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out.text(), err.text()};
+}
 
-// Runs quillo, under that name, with these arguments. `file_limit` is the size
-// that a file may have, in bytes; 0: any.
-inline RunResult RunQuillo(const std::vector<std::string>& arguments,
-                           rlim_t file_limit = 0,
-                           const char* output_file = STDOUT_FILE) {
+inline RunResult RunDriverHere(const std::vector<std::string>& arguments) {
   std::vector<char*> argv = {const_cast<char*>("quillo")};
   for (const std::string& argument : arguments)
     argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  const pid_t child = fork();
-  if (child == 0) {
-    const int flags = O_WRONLY | O_CREAT | O_TRUNC;
-    dup2(open(output_file, flags, 0600), 1);
-    dup2(open(STDERR_FILE, flags, 0600), 2);
-    if (file_limit != 0) {
-      const rlimit limit = {file_limit, file_limit};
-      setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    execv(QUILLO_BINARY, argv.data());
-    _exit(127);
-  }
-  int status = 0;
-  EXPECT_EQ(child, waitpid(child, &status, 0));
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-          ReadWhole(output_file).value_or(""),
-          ReadWhole(STDERR_FILE).value_or("")};
+  const StreamCatch out(stdout), err(stderr);
+  const int status = RunDriver(int(arguments.size()) + 1, argv.data());
+  return {status, out.text(), err.text()};
+}
+
+// Puts back what a process keeps from run to run on purpose.
+inline void ForgetRuns() {
+  DefaultsReset();
+  CatalogReset();
+  AttributeNamesReset();
+  EnvReset();
+  mc_parse.trace_level = 0;
+}
+
+// The examples with this extension. They include each other by names that
+// begin at the root of the project.
+inline std::vector<std::string> Examples(const std::string& extension) {
+  std::vector<std::string> names;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(SOURCE_DIRECTORY "/examples"))
+    if (entry.path().extension() == extension)
+      names.push_back("examples/" + entry.path().filename().string());
+  return names;
 }

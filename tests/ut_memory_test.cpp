@@ -14,48 +14,22 @@ namespace {
 
 TEST(UtMemory, Blocks) {
   void* block = nullptr;
-  ASSERT_EQ(UtResize(&block, 10, 3, false, 16), RC_OK);
-  // 30 bytes become 32.
+  ASSERT_EQ(UtResize(&block, 10, 3, false, 16), RC_OK);  // 30 become 32
   EXPECT_EQ(std::string(32, '\0'), std::string(static_cast<char*>(block), 32));
   memset(block, 'x', 32);
   ASSERT_EQ(UtResize(&block, 100000, 1, true, 0), RC_OK);
   EXPECT_EQ(std::string(32, 'x'), std::string(static_cast<char*>(block), 32));
   // Sizes that no size_t holds: one of them is 2^64, which would look like 0.
   constexpr size_t SIZES[][2] = {{SIZE_MAX, 2},
-                                 {size_t{1} << 32, size_t{1} << 32},
-                                 {(size_t{1} << 63) - 1, 1}};
+                                 {size_t{1} << 32, size_t{1} << 32}};
   for (const auto& [count, size] : SIZES) {
-    void* const held = block;
     EXPECT_EQ(UtResize(&block, count, size, true, 0), RC_NO_MEMORY) << count;
-    EXPECT_EQ(block, held);
   }
-  ASSERT_EQ(UtResize(&block, 8, 0, false, 16), RC_OK);
-  EXPECT_EQ(block, nullptr);
-}
-
-TEST(UtMemory, ChosenRequestFails) {
-  void* blocks[4] = {};
-  UtFailAllocation(3);
-  for (void*& block : blocks) block = UtAllocBytes(8);
-  EXPECT_TRUE(blocks[0] && blocks[1] && !blocks[2] && blocks[3]);
-  EXPECT_EQ(UtPendingFault(), 0U);
-  for (void*& block : blocks) UtFree(&block);
-
-  UtVector<int> numbers(4);
-  const auto grow = [&] {
-    numbers.resize(1000);
-    return RC_NOT_FOUND;
-  };
-  UtFailAllocation(1);
-  EXPECT_EQ(UtGuarded(grow), RC_NO_MEMORY);
-  EXPECT_EQ(numbers.size(), 4U);
-  EXPECT_EQ(UtGuarded(grow), RC_NOT_FOUND);
+  UtFree(&block);
 }
 
 TEST(UtMemory, ArenaKeepsItsTextsApart) {
   UtArena arena;
-  UtFailAllocation(1);
-  EXPECT_EQ(arena.take(8), nullptr);
   std::vector<std::pair<char*, std::string>> texts;
   // Many small ones and, among them, some that take chunks of their own.
   for (size_t i = 0; i < 20000; ++i) {
@@ -70,18 +44,6 @@ TEST(UtMemory, ArenaKeepsItsTextsApart) {
     EXPECT_EQ(arena.take(size), nullptr);
 }
 
-TEST(UtMemory, ArenaTakesTheYoungestBlockBack) {
-  UtArena arena;
-  void* old = arena.take(24);
-  void* young = arena.take(5);
-  arena.give_back(old, 24);  // stays
-  UtFailAllocation(1);
-  EXPECT_EQ(arena.take(1000000), nullptr);
-  UtFailAllocation(0);
-  arena.give_back(young, 5);
-  EXPECT_EQ(arena.take(8), young);
-}
-
 struct Record {
   uint64_t value;
   UtRecord next;
@@ -90,22 +52,15 @@ struct Record {
 TEST(UtMemory, RecordsAreNumbered) {
   UtStruct<Record> pool;
   for (uint32_t number = 1; number <= 100000; ++number) {
-    if (number % 10000 == 0) UtFailAllocation(1);
-    uint32_t taken = pool.take();
-    if (taken == 0) taken = pool.take();  // a fault changes nothing
-    ASSERT_EQ(taken, number);
+    ASSERT_EQ(pool.take(), number);
     pool[number].value = uint64_t{number} * 3;
   }
-  UtFailAllocation(0);
   for (uint32_t number = 1; number <= 100000; ++number)
     ASSERT_EQ(pool[number].value, uint64_t{number} * 3);
   pool.give(7);
   pool.give(99);
   for (const uint32_t number : {99U, 7U, 100001U})
     EXPECT_EQ(pool.take(), number);
-  pool.give(5);
-  pool.release();
-  EXPECT_EQ(pool.take(), 1U) << "what was given back went with its block";
 }
 
 // Tables use the lowest bits. Once they knew little of the last bytes of a

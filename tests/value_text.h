@@ -1,13 +1,11 @@
 // Values as text, so that tests of evaluation read and compare lines:
-//
 //     7   2.5   1e300   inf   nan   'abc'   (1,2,3)   void
-//
-// A REAL always shows a point, an exponent or letters. There are no blanks in
-// any of these forms, which lets a row hold several values between blanks.
+// A REAL always shows a point, an exponent or letters; no form has blanks.
 #pragma once
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -18,16 +16,14 @@
 // The caller releases the value.
 inline McValue ValueFromText(const std::string& text) {
   McValue value = McValueNone();
-  char* end;
   if (text[0] == '\'') {
-    const std::string characters = text.substr(1, text.size() - 2);
-    if (McValueString(&value, characters.c_str()) != 0) abort();
+    if (McValueString(&value, text.substr(1, text.size() - 2).c_str())) abort();
   } else if (text[0] == '(') {
     value.type = McValueType::POINT;
-    value.point.x = strtod(text.c_str() + 1, &end);
-    value.point.y = strtod(end + 1, &end);
-    value.point.z = strtod(end + 1, &end);
+    McPoint& to = value.point;
+    sscanf(text.c_str(), "(%lf,%lf,%lf)", &to.x, &to.y, &to.z);
   } else if (text != "void") {
+    char* end;
     const long integer = strtol(text.c_str(), &end, 10);
     value = *end == '\0' ? McValueInteger(static_cast<int32_t>(integer))
                          : McValueReal(strtod(text.c_str(), nullptr));
@@ -43,21 +39,15 @@ inline std::string NumberText(double number) {
 
 inline std::string ValueText(const McValue& value) {
   const McPoint& point = value.point;
-  switch (value.type) {
-    case McValueType::VOID: return "void";
-    case McValueType::INTEGER: return std::to_string(value.integer);
-    case McValueType::REAL: {
-      const std::string text = NumberText(value.real);
-      const bool integer = text.find_first_of(".ein") == std::string::npos;
-      return integer ? text + ".0" : text;
-    }
-    case McValueType::STRING:
-      return "'" + std::string(UtTextChars(&value.text)) + "'";
-    case McValueType::POINT:
-      return "(" + NumberText(point.x) + "," + NumberText(point.y) + "," +
-             NumberText(point.z) + ")";
-  }
-  return "?";
+  if (value.type == McValueType::VOID) return "void";
+  if (value.type == McValueType::INTEGER) return std::to_string(value.integer);
+  if (value.type == McValueType::STRING)
+    return "'" + std::string(UtTextChars(&value.text)) + "'";
+  if (value.type == McValueType::POINT)
+    return "(" + NumberText(point.x) + "," + NumberText(point.y) + "," +
+           NumberText(point.z) + ")";
+  const std::string text = NumberText(value.real);
+  return text + (text.find_first_of(".ein") == text.npos ? ".0" : "");
 }
 
 inline std::vector<std::string> SplitAtBlanks(const std::string& row) {

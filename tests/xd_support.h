@@ -1,5 +1,4 @@
-// What tests of records need: bytes as people write them, and streams over
-// files that have no name.
+// Bytes as people write them, and streams over files that have no name.
 #pragma once
 
 #include <cstdio>
@@ -8,8 +7,6 @@
 #include <string_view>
 
 #include "util/XD_main.h"
-
-constexpr XdTransport XD_BOTH[] = {XD_TRANSPORT_PLAIN, XD_TRANSPORT_XDR};
 
 // "\x01\x0A" as "01 0A".
 inline std::string ToHex(std::string_view bytes) {
@@ -22,54 +19,44 @@ inline std::string ToHex(std::string_view bytes) {
   return hex.empty() ? hex : hex.substr(1);
 }
 
-// The other way round. Blanks separate bytes or groups of bytes.
+// The other way round; blanks are skipped.
 inline std::string FromHex(std::string_view hex) {
   std::string bytes;
   for (size_t i = 0; i + 1 < hex.size(); ++i) {
     if (hex[i] == ' ') continue;
-    const std::string digits(hex.substr(i++, 2));
-    bytes += static_cast<char>(strtol(digits.c_str(), nullptr, 16));
+    const char digits[] = {hex[i], hex[++i], '\0'};
+    bytes += static_cast<char>(strtol(digits, nullptr, 16));
   }
   return bytes;
 }
 
-inline void XdCreate(XdStream* xd, XdTransport transport, FILE* file,
-                     XdDirection direction) {
-  const bool is_xdr = transport == XD_TRANSPORT_XDR;
-  (is_xdr ? XdCreateXdr : XdCreatePlain)(xd, file, direction);
+inline auto XdCreator(XdTransport transport) {
+  return transport == XD_TRANSPORT_XDR ? XdCreateXdr : XdCreatePlain;
 }
 
-// The bytes that `write`, called with a stream, puts into a file; "failed" when
-// it, or the end of the stream, fails.
-template <class Write>
-std::string XdWritten(XdTransport transport, Write write) {
-  FILE* file = tmpfile();
+// The bytes that `write` puts into a file, or "failed".
+std::string XdWritten(XdTransport transport, auto write) {
+  char* text = nullptr;
+  size_t length = 0;
+  FILE* file = open_memstream(&text, &length);
   XdStream xd;
-  XdCreate(&xd, transport, file, XD_ENCODE);
-  const bool good = write(&xd);
-  std::string bytes = "failed";
-  if (XdDestroy(&xd) && good) {
-    bytes.resize(static_cast<size_t>(ftell(file)));
-    rewind(file);
-    if (fread(bytes.data(), 1, bytes.size(), file) != bytes.size()) bytes = "?";
-  }
+  XdCreator(transport)(&xd, file, XD_ENCODE);
+  const bool good = write(&xd) && XdDestroy(&xd);
   fclose(file);
-  return bytes;
+  const std::string bytes(text, length);
+  free(text);
+  return good ? bytes : "failed";
 }
 
-// How many of these bytes `read`, called with a stream, leaves; -1 when it
-// fails.
+// How many of these bytes `read` leaves.
 constexpr int64_t XD_FAILED = -1;
-template <class Read>
-int64_t XdReadFrom(XdTransport transport, std::string_view bytes, Read read) {
+int64_t XdReadFrom(XdTransport transport, std::string_view bytes, auto read) {
   FILE* file = tmpfile();
   fwrite(bytes.data(), 1, bytes.size(), file);
   rewind(file);
   XdStream xd;
-  XdCreate(&xd, transport, file, XD_DECODE);
+  XdCreator(transport)(&xd, file, XD_DECODE);
   const bool good = read(&xd);
-  const auto left = static_cast<int64_t>(XdRemaining(&xd));
-  const bool ended = XdDestroy(&xd);
   fclose(file);
-  return good && ended ? left : XD_FAILED;
+  return good ? static_cast<int64_t>(XdRemaining(&xd)) : XD_FAILED;
 }

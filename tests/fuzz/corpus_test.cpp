@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <string>
 
-#include "../driver_run.h"
 #include "../file_tree.h"
 #include "../quillo_run.h"
 #include "targets.h"

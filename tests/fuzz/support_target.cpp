@@ -1,80 +1,40 @@
 // What a run reads beside sources: defaults files and message catalogs; and the
 // scanner alone.
-#include <sys/stat.h>
-
-#include <cstring>
-#include <string_view>
+#include <filesystem>
 #include <vector>
 
 #include "elut/grammar.h"
 #include "quillo/defaults.h"
-#include "quillo/environment.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tests/fuzz/targets.h"
 #include "trt/catalog.h"
 
 namespace {
 
-// A directory in memory with one file, which is found by its name.
+// A file found by its name, in a directory of its own in memory.
 class NamedFile {
  public:
-  NamedFile(const char* directories, const char* name) {
-    std::string path = "/dev/shm/quillo-fuzz-XXXXXX";
-    FUZZ_CHECK(mkdtemp(path.data()) != nullptr);
-    made_ = {path};
-    for (std::string_view rest = directories; !rest.empty();) {
-      const size_t end = std::min(rest.find('/'), rest.size());
-      path.append("/").append(rest.substr(0, end));
-      rest.remove_prefix(std::min(end + 1, rest.size()));
-      FUZZ_CHECK(mkdir(path.c_str(), 0700) == 0);
-      made_.push_back(path);
-    }
-    made_.push_back(path + "/" + name);
+  explicit NamedFile(const char* name) {
+    FUZZ_CHECK(mkdtemp(root_.data()) != nullptr);
+    path_ = root_ + "/" + name;
+    std::filesystem::create_directories(path_.parent_path());
   }
-  ~NamedFile() {
-    for (; !made_.empty(); made_.pop_back()) remove(made_.back().c_str());
-  }
-  const char* root() const { return made_.front().c_str(); }
-  const char* path() const { return made_.back().c_str(); }
+  ~NamedFile() { std::filesystem::remove_all(root_); }
+  const char* root() const { return root_.c_str(); }
+  const char* path() const { return path_.c_str(); }
 
   void set(const uint8_t* bytes, size_t size) const {
     FILE* file = fopen(path(), "wb");
-    FUZZ_CHECK(file != nullptr);
-    FUZZ_CHECK(fwrite(bytes, 1, size, file) == size);
+    FUZZ_CHECK(file != nullptr && fwrite(bytes, 1, size, file) == size);
     FUZZ_CHECK(fclose(file) == 0);
   }
 
  private:
-  std::vector<std::string> made_;
+  std::string root_ = "/dev/shm/quillo-fuzz-XXXXXX";
+  std::filesystem::path path_;
 };
 
-// A value of an environment variable that is put back.
-class Environment {
- public:
-  Environment(const char* name, const char* value) : name_(name) {
-    const char* old = getenv(name);
-    had_ = old != nullptr;
-    if (had_) old_ = old;
-    setenv(name, value, 1);
-  }
-  ~Environment() {
-    if (had_)
-      setenv(name_, old_.c_str(), 1);
-    else
-      unsetenv(name_);
-  }
-
- private:
-  const char* name_;
-  bool had_;
-  std::string old_;
-};
-
-struct Token {
-  int number;
-  std::string value;
-  bool operator==(const Token&) const = default;
-};
+using Token = std::pair<int, std::string>;  // number and value
 
 template <class Value>
 std::string BytesOf(const Value& value) {
@@ -115,21 +75,17 @@ std::vector<Token> TokensOf(const std::string& text) {
 }  // namespace
 
 void FuzzDefaults(const uint8_t* bytes, size_t size) {
-  static const NamedFile file("", "a.dflt");
-  static const Environment root("HD_U", file.root());
+  static const NamedFile file("a.dflt");
   file.set(bytes, size);
   CatalogReset();
   FUZZ_CHECK(DefaultsLoadFile("fuzz", file.path()) == RC_OK);
-  (void)DefaultsValue("fuzz", "macro*title");
   DefaultsReset();
 }
 
 void FuzzCatalog(const uint8_t* bytes, size_t size) {
-  static const NamedFile file("1700/msg_c/de", "c.txt");
-  const Environment root("HD_U", file.root());
-  const Environment version("HD_VE", "1700");
-  const Environment language("HD_LA", "de");
-  const Environment prefix("TQS_MSG_ID", size % 2 == 0 ? "0" : "1");
+  static const NamedFile file("1700/msg_c/de/c.txt");
+  setenv("HD_U", file.root(), 1);
+  setenv("TQS_MSG_ID", size % 2 == 0 ? "0" : "1", 1);
   file.set(bytes, size);
   CatalogReset();
   for (const int number : {1, 2, 12, 40, 2147483647, 0, -1}) {
@@ -141,6 +97,8 @@ void FuzzCatalog(const uint8_t* bytes, size_t size) {
   (void)CatalogExpandReference(reference.c_str());
   (void)CatalogExpandReference(("\4c.txt\4" + reference).c_str());
   CatalogReset();
+  unsetenv("HD_U");
+  unsetenv("TQS_MSG_ID");
 }
 
 void FuzzLexer(const uint8_t* bytes, size_t size) {
