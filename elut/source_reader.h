@@ -30,9 +30,9 @@
 #include "Cutil/ut_memory.h"
 
 inline constexpr int MC_SRC_LEVELS = 32;
-// Files that one source may include, as many as it can have SUBs. A file that
-// includes itself twice would otherwise be read some billion times.
-inline constexpr uint32_t MC_SRC_INCLUDES = 65535;
+// Files that one source may include. A file that includes itself twice would
+// otherwise be read some billion times.
+inline constexpr uint32_t MC_SRC_INCLUDES = 10000;
 inline constexpr size_t MC_SRC_LINE_MAX = 10238;  // without the line feed
 // Bytes behind `limit` that may be loaded, though not interpreted.
 inline constexpr size_t MC_SRC_PADDING = 32;
@@ -92,8 +92,8 @@ void McSrcReset();
 
 // The same in the middle of a line, whose rest is read when the new level has
 // ended: what INCLUDE needs. `*too_deep` tells whether the 33rd level, or
-// the 65536th file, was the reason. Without an open level, as in text input, it
-// is refused.
+// file number 10,001, was the reason. Without an open level, as in text input,
+// it is refused.
 [[nodiscard]] int McSrcInclude(const char* name, bool* too_deep);
 
 // Makes `text` (its first 10,239 characters) the whole input. Levels that are

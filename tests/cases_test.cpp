@@ -1,27 +1,19 @@
-// Whole programs: what a source compiles to, and what users see.
-//
-// The files in cases/ hold one case behind the other:
+// Whole programs: the files in cases/ hold one case behind the other:
 //
 //   === name
 //   The source, which is the file that the arguments end with.
 //   --- remark Any.
 //   --- args -dump a.mac  arguments, -noxdr a.mac if not given
 //   --- file b.inc        another file
-//   --- stderr            what is printed there, nothing if not given
-//   --- stdout
+//   --- stderr            what is printed there, or on --- stdout
 //   --- bytes a.cm        a file that the run leaves, in hexadecimal
-//   --- absent a.cm       a file that there is not afterwards
 //   --- exit 1            code that is the exit status, 0 if not given
 //   --- fails 1           the same, and "Cannot compile" is the last report
 //
 // In the texts, {{80*ab}} stands for 80 times ab, {{0D}} for that byte, and
-// {{cut}} at the end of a text takes the line feed away. In bytes, everything
-// behind a "#" is a remark, and {{name}} is a piece named by "--- piece name".
+// {{cut}} at the end of a text takes the line feed away.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <map>
 #include <sstream>
 
 #include "file_tree.h"
@@ -29,20 +21,6 @@
 #include "xd_support.h"
 
 namespace {
-
-using Texts = std::vector<std::pair<std::string, std::string>>;
-
-struct Case {
-  std::string name;
-  std::vector<std::string> arguments = {"-noxdr", "a.mac"};
-  Texts files;
-  Texts bytes;
-  std::vector<std::string> absent;
-  std::string source, out, err, last_report;
-  int code = 0;
-};
-
-std::map<std::string, std::string> pieces;
 
 std::string Expanded(const std::string& text) {
   std::string result;
@@ -56,57 +34,42 @@ std::string Expanded(const std::string& text) {
     from = close + 2;
     if (word == "cut") return result;
     const size_t star = word.find('*');
-    if (const auto piece = pieces.find(word); piece != pieces.end()) {
-      result += piece->second;
-    } else if (star != std::string::npos) {
-      for (int i = std::stoi(word); i > 0; i--) result += word.substr(star + 1);
-    } else {
-      result += FromHex(word);
+    if (star == std::string::npos) result += FromHex(word);
+    for (int i = star == std::string::npos ? 0 : std::stoi(word); i > 0; i--)
+      result += word.substr(star + 1);
+  }
+}
+
+struct Case {
+  std::string name;
+  std::vector<std::string> arguments = {"-noxdr", "a.mac"};
+  std::vector<std::pair<std::string, std::string>> files, outputs;
+  std::string source, out, err;
+  int code = 0;
+
+  void take(const std::string& section, const std::string& text) {
+    std::istringstream words(section);
+    std::string kind, word;
+    words >> kind >> word;
+    if (kind.empty()) source = Expanded(text);
+    if (kind == "file") files.emplace_back(word, Expanded(text));
+    if (kind == "stdout") out = Expanded(text);
+    if (kind == "stderr") err = Expanded(text);
+    if (kind == "exit" || kind == "fails") code = std::stoi(word);
+    if (kind == "fails")
+      err += "quillo: Cannot compile " + arguments.back() +
+             ". Error Code: " + word + "\n";
+    if (kind == "bytes") outputs.emplace_back(word, FromHex(text));
+    if (kind == "args") {
+      arguments = {word};
+      while (words >> word) arguments.push_back(word);
     }
   }
-}
-
-std::string WithoutRemarks(const std::string& text) {
-  std::istringstream lines(text);
-  std::string result;
-  for (std::string line; std::getline(lines, line);)
-    result += line.substr(0, line.find('#')) + " ";
-  return result;
-}
-
-void Take(Case* row, const std::string& section, const std::string& text) {
-  std::istringstream words(section);
-  std::string kind, name;
-  words >> kind >> name;
-  if (kind == "file") {
-    row->files.emplace_back(name, Expanded(text));
-  } else if (kind == "args") {
-    row->arguments = {name};
-    while (words >> name) row->arguments.push_back(name);
-  } else if (kind == "stdout") {
-    row->out = Expanded(text);
-  } else if (kind == "stderr") {
-    row->err = Expanded(text);
-  } else if (kind == "bytes") {
-    row->bytes.emplace_back(name, FromHex(Expanded(WithoutRemarks(text))));
-  } else if (kind == "piece") {
-    pieces[name] = WithoutRemarks(text);
-  } else if (kind == "absent") {
-    row->absent.push_back(name);
-  } else if (kind.empty()) {
-    row->source = Expanded(text);
-  } else if (kind == "exit" || kind == "fails") {
-    row->code = std::stoi(name);
-    if (kind == "fails")
-      row->last_report = "quillo: Cannot compile " + row->arguments.back() +
-                         ". Error Code: " + name + "\n";
-  } else if (kind != "remark") {
-    ADD_FAILURE() << "unknown section " << section << " of " << row->name;
-  }
-}
+};
 
 std::vector<Case> CasesOf(const std::string& file) {
-  std::istringstream lines(ReadWhole(file).value());
+  std::istringstream lines(
+      ReadWhole(SOURCE_DIRECTORY "/tests/cases/" + file).value() + "=== ");
   std::vector<Case> cases;
   std::string section, text;
   for (std::string line; std::getline(lines, line);) {
@@ -115,50 +78,33 @@ std::vector<Case> CasesOf(const std::string& file) {
       text += line + "\n";
       continue;
     }
-    if (!cases.empty()) Take(&cases.back(), section, text);
+    if (!cases.empty()) cases.back().take(section, text);
     section = begins_case ? "" : line.substr(4);
     text.clear();
-    if (begins_case) {
-      cases.emplace_back();
-      cases.back().name = line.substr(4);
-    }
+    if (begins_case) cases.emplace_back().name = line.substr(4);
   }
-  if (!cases.empty()) Take(&cases.back(), section, text);
+  cases.pop_back();
   return cases;
 }
 
-std::vector<std::string> CaseFiles() {
-  std::vector<std::string> names;
-  for (const auto& entry :
-       std::filesystem::directory_iterator(SOURCE_DIRECTORY "/tests/cases"))
-    names.push_back(entry.path().stem());
-  std::sort(names.begin(), names.end());
-  return names;
+using Cases = FileTree;
+
+TEST_F(Cases, AreAsTheySay) {
+  for (const char* file : {"declarations.txt", "masks.txt", "modes.txt",
+                           "reading.txt", "recovery.txt"})
+    for (const Case& row : CasesOf(file)) {
+      SCOPED_TRACE("case: " + row.name);
+      write(row.arguments.back(), row.source);
+      for (const auto& [name, text] : row.files) write(name, text);
+      const RunResult run = RunQuillo(row.arguments);
+      EXPECT_EQ(row.err, run.err);
+      EXPECT_EQ(row.out, run.out);
+      EXPECT_EQ(row.code & 255, run.status);
+      for (const auto& [name, bytes] : row.outputs)
+        EXPECT_EQ(ToHex(bytes), ToHex(ReadWhole(name).value_or("")));
+      for (const auto& entry : std::filesystem::directory_iterator(root()))
+        std::filesystem::remove_all(entry);
+    }
 }
-
-class Cases : public FileTree,
-              public testing::WithParamInterface<std::string> {};
-
-TEST_P(Cases, AreAsTheySay) {
-  for (const Case& row :
-       CasesOf(SOURCE_DIRECTORY "/tests/cases/" + GetParam() + ".txt")) {
-    SCOPED_TRACE("case: " + row.name);
-    write(row.arguments.back(), row.source);
-    for (const auto& [name, text] : row.files) write(name, text);
-    const RunResult run = RunQuillo(row.arguments);
-    EXPECT_EQ(row.err + row.last_report, run.err);
-    EXPECT_EQ(row.out, run.out);
-    EXPECT_EQ(row.code & 255, run.status);
-    for (const auto& [name, bytes] : row.bytes)
-      EXPECT_EQ(ToHex(bytes), ToHex(ReadWhole(name).value_or(""))) << name;
-    for (const std::string& name : row.absent)
-      EXPECT_FALSE(std::filesystem::exists(name)) << name;
-    for (const auto& entry : std::filesystem::directory_iterator(root()))
-      std::filesystem::remove_all(entry);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, Cases, testing::ValuesIn(CaseFiles()),
-                         [](const auto& file) { return file.param; });
 
 }  // namespace

@@ -27,9 +27,11 @@ class Parse : public FileTree {
   std::string body(const std::string& statements) {
     EXPECT_EQ(RC_OK, parse("PROGRAM p; INTEGER a, b, c, d(5), e(*); POINT q;" +
                            statements));
-    return tree();
+    return tree(program.body);
   }
-  std::string tree() const { return TreeText(program, nullptr)(program.body); }
+  std::string tree(McNodeRef node, const McSub* sub = nullptr) const {
+    return TreeText{program, sub}(node);
+  }
 
   McProgram program;
   ChannelCapture reports{1};
@@ -70,19 +72,6 @@ TEST_F(Parse, Expressions) {
   EXPECT_EQ("", reports.text());
 }
 
-// Masks have two more forms of message references.
-TEST_F(Parse, MaskMessages) {
-  EditorList list;
-  MaskObject* holder;
-  ASSERT_EQ(RC_OK, MaskParseHandlerText("ON ENTER { glob = MSGGLOB(\"f\", 9);"
-                                        " file = MSGFILE(\"f\", 10, \"d\"); }",
-                                        &list, &holder));
-  const AttributeList& added = holder->handlers.entries[0].attributes;
-  ASSERT_EQ(2, added.count);
-  EXPECT_STREQ("\2f\0029\2", added.entries[0].text);
-  EXPECT_STREQ("\3f\00310\3d\3", added.entries[1].text);
-}
-
 TEST_F(Parse, Statements) {
   constexpr TreeCase ROWS[] = {
       {";", "BLOCK"},
@@ -117,7 +106,7 @@ TEST_F(Parse, TraceLines) {
       "BLOCK(TRACE 4(PRINT(INT 1)), TRACE 6(BREAK), "
       "TRACE 7(WHILE(INT 1, BLOCK(TRACE 10(IF(INT 2, TRACE 10(BREAK), "
       "TRACE 12(BREAK)))))))",
-      tree());
+      tree(program.body));
 }
 
 TEST_F(Parse, RoutinesAndScopes) {
@@ -132,11 +121,12 @@ TEST_F(Parse, RoutinesAndScopes) {
   EXPECT_EQ(
       "BLOCK(ASSIGN(VAR l, ASSIGN(VAR v@16, VAR a)), "
       "PRINT(VAR c@3, VAR b@3(INT 1), VAR r@17), CALL #0, CALL SUB u)",
-      TreeText(program, s)(s->body));
+      tree(s->body, s));
   McNodeRef slot;
   EXPECT_EQ(RC_OK, McParseProgramText("PROGRAM t; PRINT w;", &program, &slot));
-  EXPECT_EQ("PRINT(VAR w@16)", TreeText(program, nullptr)(slot));
-  EXPECT_EQ("ASSIGN(VAR v, VAR w@16)", tree()) << "the body is as it was";
+  EXPECT_EQ("PRINT(VAR w@16)", tree(slot));
+  EXPECT_EQ("ASSIGN(VAR v, VAR w@16)", tree(program.body))
+      << "the body is as it was";
 }
 
 TEST_F(Parse, HandlerTextWithLocation) {
@@ -158,7 +148,7 @@ TEST_F(Parse, Failures) {
     const char* source;
     int code;
   } rows[] = {
-      {PROGRAM, "PRINT 1;", 5},
+      {PROGRAM, "WINDOW w { ; }", 5},
       {PROGRAM, "ON ENTER DO a;", 7},
       {PROGRAM, "PROGRAM p; ; } PRINT );", 5281},
       {PROGRAM, "PROGRAM p; ; INTEGER a;", 1},
@@ -180,7 +170,6 @@ TEST_F(Parse, Failures) {
   }
 }
 
-// Which object may contain which.
 TEST_F(Parse, Containment) {
   const std::string any = " HELP ON ENTER ";
   const std::string simple = " BUTTON SCROLLBAR RECORD DIALOG GRAPHIC LABEL";
