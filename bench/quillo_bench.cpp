@@ -16,13 +16,13 @@
 
 #include "Cutil/codes.h"
 #include "bench/generate.h"
+#include "elut/compile/parse.h"
+#include "elut/compile/parse_state.h"
+#include "elut/files/mask_file.h"
+#include "elut/files/program_file.h"
 #include "elut/grammar.h"
-#include "elut/lexer.h"
-#include "elut/mask_file.h"
-#include "elut/parse.h"
-#include "elut/parse_state.h"
-#include "elut/program_file.h"
-#include "quillo/channels.h"
+#include "elut/syntax/lexer.h"
+#include "services/channels.h"
 
 namespace {
 

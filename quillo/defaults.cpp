@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "Cutil/ut_memory.h"
-#include "quillo/environment.h"
+#include "services/environment.h"
 #include "trt/catalog.h"
 
 // A file is read whole and passed over three times: bytes that do not count

@@ -6,16 +6,16 @@
 #include <cstring>
 
 #include "Cutil/codes.h"
-#include "elut/listing.h"
-#include "elut/mask_file.h"
-#include "elut/mask_print.h"
-#include "elut/parse.h"
-#include "elut/parse_state.h"
-#include "elut/program_file.h"
-#include "elut/token_strings.h"
-#include "quillo/channels.h"
+#include "elut/compile/parse.h"
+#include "elut/compile/parse_state.h"
+#include "elut/files/listing.h"
+#include "elut/files/mask_file.h"
+#include "elut/files/mask_print.h"
+#include "elut/files/program_file.h"
+#include "elut/syntax/token_strings.h"
 #include "quillo/defaults.h"
 #include "quillo/options.h"
+#include "services/channels.h"
 #include "trt/messages.h"
 
 namespace {

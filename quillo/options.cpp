@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "quillo/channels.h"
-#include "quillo/environment.h"
+#include "services/channels.h"
+#include "services/environment.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "elut/arithmetic.h"
+#include "elut/compile/arithmetic.h"
 
 #include <gtest/gtest.h>
 

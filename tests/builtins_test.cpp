@@ -1,4 +1,4 @@
-#include "elut/builtins.h"
+#include "elut/compile/builtins.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "quillo/channels.h"
+#include "services/channels.h"
 
 #include <gtest/gtest.h>
 

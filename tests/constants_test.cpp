@@ -1,4 +1,4 @@
-#include "elut/constants.h"
+#include "elut/model/constants.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "quillo/environment.h"
+#include "services/environment.h"
 
 #include "tests/file_tree.h"
 

@@ -1,13 +1,13 @@
-#include "elut/eval.h"
+#include "elut/compile/eval.h"
 
 #include <gtest/gtest.h>
 
 #include <initializer_list>
 
 #include "Cutil/codes.h"
-#include "elut/arithmetic.h"
-#include "elut/builtins.h"
-#include "quillo/channels.h"
+#include "elut/compile/arithmetic.h"
+#include "elut/compile/builtins.h"
+#include "services/channels.h"
 #include "tests/value_text.h"
 
 namespace {

@@ -123,10 +123,12 @@ TEST_F(Documentation, IsTrue) {
 TEST_F(Documentation, KnowsEverySourceFile) {
   const std::string page =
       ReadWhole(SOURCE_DIRECTORY "/docs/where-is-what.md").value_or("");
-  for (const char* folder : {"Cutil", "util", "trt", "elut", "quillo"}) {
+  for (const char* folder :
+       {"Cutil", "util", "services", "trt", "elut", "quillo"}) {
     const auto path = std::filesystem::path(SOURCE_DIRECTORY) / folder;
-    for (const auto& entry : std::filesystem::directory_iterator(path)) {
-      if (entry.path().extension() == ".txt") continue;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(path)) {
+      if (entry.is_directory() || entry.path().extension() == ".txt") continue;
       const std::string file = entry.path().filename().string();
       const std::string stem = entry.path().stem().string();
       EXPECT_TRUE(page.find("`" + file + "`") != std::string::npos ||

@@ -9,10 +9,10 @@
 
 #include "Cutil/codes.h"
 #include "Cutil/ut_memory.h"
-#include "elut/mask_file.h"
-#include "elut/parse.h"
-#include "elut/program_file.h"
-#include "elut/token_strings.h"
+#include "elut/compile/parse.h"
+#include "elut/files/mask_file.h"
+#include "elut/files/program_file.h"
+#include "elut/syntax/token_strings.h"
 #include "file_tree.h"
 #include "quillo_run.h"
 

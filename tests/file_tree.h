@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "quillo/environment.h"
+#include "services/environment.h"
 
 class FileTree : public testing::Test {
  protected:

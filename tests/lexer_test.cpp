@@ -1,9 +1,9 @@
-#include "elut/lexer.h"
+#include "elut/syntax/lexer.h"
 
 #include <gtest/gtest.h>
 
-#include "elut/parse.h"
-#include "elut/source_reader.h"
+#include "elut/compile/parse.h"
+#include "elut/syntax/source_reader.h"
 #include "file_tree.h"
 #include "mask_support.h"
 #include "tree_text.h"

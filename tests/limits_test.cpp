@@ -11,13 +11,13 @@
 #include <functional>
 
 #include "Cutil/codes.h"
-#include "elut/mask_file.h"
-#include "elut/parse.h"
-#include "elut/program_file.h"
-#include "elut/token_strings.h"
+#include "elut/compile/parse.h"
+#include "elut/files/mask_file.h"
+#include "elut/files/program_file.h"
+#include "elut/syntax/token_strings.h"
 #include "file_tree.h"
-#include "quillo/channels.h"
 #include "quillo_run.h"
+#include "services/channels.h"
 #include "util/xd_header.h"
 #include "xd_support.h"
 

@@ -1,11 +1,11 @@
 // Programs printed as text; the listing itself is among the cases.
-#include "elut/listing.h"
+#include "elut/files/listing.h"
 
 #include <gtest/gtest.h>
 
-#include "elut/parse.h"
-#include "elut/token_strings.h"
-#include "elut/variables.h"
+#include "elut/compile/parse.h"
+#include "elut/compile/variables.h"
+#include "elut/syntax/token_strings.h"
 #include "mask_support.h"
 
 namespace {

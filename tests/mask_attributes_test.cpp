@@ -1,4 +1,4 @@
-#include "elut/mask_attributes.h"
+#include "elut/model/mask_attributes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "elut/mask_events.h"
+#include "elut/model/mask_events.h"
 
 #include <sstream>
 

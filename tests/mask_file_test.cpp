@@ -1,4 +1,4 @@
-#include "elut/mask_file.h"
+#include "elut/files/mask_file.h"
 
 #include "file_tree.h"
 #include "mask_support.h"

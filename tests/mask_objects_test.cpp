@@ -1,4 +1,4 @@
-#include "elut/mask_objects.h"
+#include "elut/model/mask_objects.h"
 
 #include "mask_support.h"
 

@@ -1,4 +1,4 @@
-#include "elut/mask_print.h"
+#include "elut/files/mask_print.h"
 
 #include "mask_support.h"
 

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "Cutil/codes.h"
-#include "elut/mask_objects.h"
-#include "elut/program.h"
-#include "quillo/channels.h"
+#include "elut/model/mask_objects.h"
+#include "elut/model/program.h"
+#include "services/channels.h"
 
 // Collects the texts of a channel, one after the other.
 class ChannelCapture {

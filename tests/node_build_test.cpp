@@ -1,9 +1,9 @@
-#include "elut/node_build.h"
+#include "elut/compile/node_build.h"
 
 #include <gtest/gtest.h>
 
 #include "Cutil/codes.h"
-#include "elut/variables.h"
+#include "elut/compile/variables.h"
 
 namespace {
 

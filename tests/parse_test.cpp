@@ -1,8 +1,8 @@
-#include "elut/parse.h"
+#include "elut/compile/parse.h"
 
 #include <gtest/gtest.h>
 
-#include "elut/parse_state.h"
+#include "elut/compile/parse_state.h"
 #include "file_tree.h"
 #include "mask_support.h"
 #include "tree_text.h"

@@ -1,10 +1,10 @@
-#include "elut/program_file.h"
+#include "elut/files/program_file.h"
 
 #include <gtest/gtest.h>
 
-#include "elut/parse.h"
-#include "elut/token_strings.h"
-#include "elut/variables.h"
+#include "elut/compile/parse.h"
+#include "elut/compile/variables.h"
+#include "elut/syntax/token_strings.h"
 #include "file_tree.h"
 #include "quillo_run.h"
 #include "xd_support.h"

@@ -1,4 +1,4 @@
-#include "elut/program.h"
+#include "elut/model/program.h"
 
 #include <gtest/gtest.h>
 

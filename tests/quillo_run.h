@@ -12,11 +12,11 @@
 #include <fstream>
 #include <optional>
 
-#include "elut/mask_attributes.h"
-#include "elut/parse_state.h"
+#include "elut/compile/parse_state.h"
+#include "elut/model/mask_attributes.h"
 #include "quillo/defaults.h"
 #include "quillo/driver.h"
-#include "quillo/environment.h"
+#include "services/environment.h"
 #include "trt/catalog.h"
 
 // The contents of a file; nothing when there is none.

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Cutil/codes.h"
-#include "elut/program_file.h"
+#include "elut/files/program_file.h"
 #include "file_tree.h"
 #include "quillo_run.h"
 

@@ -1,4 +1,4 @@
-#include "elut/source_reader.h"
+#include "elut/syntax/source_reader.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "elut/grammar.h"
-#include "elut/program.h"
-#include "elut/tree_walk.h"
+#include "elut/model/program.h"
+#include "elut/model/tree_walk.h"
 #include "value_text.h"
 
 inline std::string Readable(const std::string& text) {  // ^A: byte 1
@@ -18,7 +18,7 @@ inline std::string Readable(const std::string& text) {  // ^A: byte 1
 inline std::string TokenText(int token, const TokenValue& value) {
   static constexpr const char* KEYWORDS[] = {
 #define MC_KEYWORD(name) #name,
-#include "elut/tokens.def"
+#include "elut/syntax/tokens.def"
 #undef MC_KEYWORD
   };
   static constexpr const char* SIGNS[] = {

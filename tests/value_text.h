@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "elut/value.h"
+#include "elut/model/value.h"
 
 // The caller releases the value.
 inline McValue ValueFromText(const std::string& text) {

@@ -10,7 +10,7 @@
 #include <unordered_map>
 
 #include "Cutil/ut_memory.h"
-#include "quillo/environment.h"
+#include "services/environment.h"
 
 // A module holds the texts of one catalog file, or of a file that was looked
 // for in vain, so that nothing is looked for twice. Numbers may lie far apart,

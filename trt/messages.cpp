@@ -3,7 +3,7 @@
 #include <cstdarg>
 #include <cstdint>
 
-#include "quillo/channels.h"
+#include "services/channels.h"
 
 namespace {
 

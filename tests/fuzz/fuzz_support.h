@@ -11,9 +11,9 @@
 #include <cstring>
 #include <string>
 
-#include "elut/parse.h"
-#include "elut/token_strings.h"
-#include "quillo/channels.h"
+#include "elut/compile/parse.h"
+#include "elut/syntax/token_strings.h"
+#include "services/channels.h"
 
 // Ends the process when something that must hold does not.
 #define FUZZ_CHECK(condition)                                         \

@@ -1,6 +1,6 @@
-#include "elut/mask_file.h"
-#include "elut/mask_print.h"
-#include "elut/variables.h"
+#include "elut/compile/variables.h"
+#include "elut/files/mask_file.h"
+#include "elut/files/mask_print.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tests/fuzz/targets.h"
 

@@ -1,7 +1,7 @@
-#include "elut/listing.h"
-#include "elut/parse_state.h"
-#include "elut/program_file.h"
-#include "elut/variables.h"
+#include "elut/compile/parse_state.h"
+#include "elut/compile/variables.h"
+#include "elut/files/listing.h"
+#include "elut/files/program_file.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tests/fuzz/targets.h"
 

@@ -1,0 +1,51 @@
+// The compiled mask file: what -cg writes and the run time loads.
+//
+// Behind the header of kind 3 stands the record of an EditorList. A WINDOW W
+// without anything in it, plain transport:
+//
+//   EE EE 03 11 00 20 04 00   header
+//   00 00 00 01               one editor
+//   02                        type WINDOW
+//   00 00 00 01 57            name "W"
+//   00 00                     no attributes
+//   00 00                     no handlers
+//   00                        no MODULE program
+//   00                        its children end
+//   00                        its siblings end
+//
+// Reading trusts nothing. What none of our compilers writes is refused: a type
+// of object that does not exist, an editor with a sibling, objects nested too
+// deep, bytes behind the record.
+#pragma once
+
+#include "elut/model/mask_objects.h"
+#include "util/XD_main.h"
+
+// Objects inside each other, the editor included. The parser ends before it
+// gets this far.
+inline constexpr uint32_t MASK_NESTING_LIMIT = 150;
+
+// Writes the list as a file. Returns 0, RC_CANNOT_CREATE, RC_INVALID for an
+// unknown transport (the file is left empty), RC_HEADER_WRITE, or
+// RC_BODY_FAILED; what was written by then stays in the file.
+[[nodiscard]] int MaskListWrite(EditorList* list, int transport,
+                                const char* path);
+
+// Replaces the contents of the list by those of a file. Returns 0,
+// RC_CANNOT_CREATE when it cannot be opened, RC_HEADER_MAGIC,
+// RC_HEADER_VERSION, RC_INVALID for an unknown transport, or RC_BODY_FAILED;
+// the list is empty then. Attribute names stay in the registry of the run,
+// also those that a refused file held before its fault.
+[[nodiscard]] int MaskListRead(const char* path, EditorList* list);
+
+// The record routines, each of which writes, reads or releases. The list is
+// the one that owns the objects; what is read hangs in its arena.
+[[nodiscard]] bool MaskListRecord(XdStream* xd, EditorList* list);
+
+// The object of one place, which may be empty, with everything in it and with
+// the siblings behind it.
+[[nodiscard]] bool MaskObjectRecord(XdStream* xd, EditorList* list,
+                                    MaskObject** place);
+[[nodiscard]] bool AttributeListRecord(XdStream* xd, AttributeList* list);
+[[nodiscard]] bool EventHandlersRecord(XdStream* xd, EventHandlers* handlers,
+                                       UtArena* arena);

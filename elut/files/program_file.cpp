@@ -1,0 +1,449 @@
+#include "elut/files/program_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Cutil/codes.h"
+#include "elut/model/tree_walk.h"
+#include "util/xd_header.h"
+
+namespace {
+
+constexpr uint8_t EXTERNAL_CALL = 0x80;  // bit of a call's kind byte
+constexpr uint8_t HAS_RANGE = 0x01;
+constexpr uint8_t HAS_DIMS = 0x02;
+
+// A record routine sees the program through this: where what is read goes, and
+// what the trees refer to that is read only after them.
+struct Body {
+  XdStream* xd;
+  McProgram* program;
+  McTreeWalker walker;
+  uint32_t calls_needed = 0;  // one more than the highest call index so far
+
+  bool writing() const { return xd->direction == XD_ENCODE; }
+  bool reading() const { return xd->direction == XD_DECODE; }
+  bool text(const char** text) { return XdText(xd, &program->arena, text); }
+};
+
+// Transfers an enumeration of one byte, which must be below `count`.
+template <class Enum>
+bool XdEnum(XdStream* xd, Enum* value, unsigned count) {
+  auto code = static_cast<uint8_t>(*value);
+  if (!XdUChar(xd, &code) || code >= count) return false;
+  *value = static_cast<Enum>(code);
+  return true;
+}
+
+// Transfers the 16-bit count of a table whose entries take at least
+// `entry_bytes`, and makes room for what is read.
+template <class Entry>
+bool TableCount(Body* body, UtVector<Entry>* table, unsigned entry_bytes) {
+  auto count = static_cast<uint16_t>(table->size());
+  if (!XdUShort(body->xd, &count)) return false;
+  if (!XdCountFits(body->xd, count, entry_bytes)) return false;
+  if (body->reading()) table->resize(count);
+  return true;
+}
+
+bool McXdrImports(Body* body) {
+  if (!TableCount(body, &body->program->imports, 9)) return false;
+  for (McImport& import : body->program->imports) {
+    if (!XdUChar(body->xd, &import.kind)) return false;
+    if ((import.kind & ~MC_IMPORT_FILE) > MC_IMPORT_CSUB) return false;
+    if (!body->text(&import.name)) return false;
+    if (!body->text(&import.source)) return false;
+    if ((import.kind & MC_IMPORT_FILE) != 0) continue;
+    if (!body->text(&import.module)) return false;
+  }
+  return true;
+}
+
+// One constant: the table holds nothing but REAL and STRING values.
+bool McXdrValue(Body* body, McConstant* constant) {
+  XdStream* xd = body->xd;
+  if (!XdEnum(xd, &constant->type, 5)) return false;
+  if (constant->type == McValueType::REAL) return XdDouble(xd, &constant->real);
+  if (constant->type != McValueType::STRING) return false;
+  if (!XdULong(xd, &constant->length)) return false;
+  // Writing does not change the characters.
+  if (body->writing())
+    return XdCharacters(xd, const_cast<char*>(constant->text),
+                        constant->length);
+  if (!XdCountFits(xd, constant->length, 1)) return false;
+  auto* text = static_cast<char*>(
+      body->program->arena.take(size_t{constant->length} + 1));
+  if (text == nullptr) return false;
+  text[constant->length] = '\0';
+  constant->text = text;
+  return XdCharacters(xd, text, constant->length);
+}
+
+bool McXdrConstants(Body* body) {
+  McConstants& constants = body->program->constants;
+  uint32_t count = constants.count();
+  if (!XdULong(body->xd, &count)) return false;
+  if (!XdCountFits(body->xd, count, 5)) return false;
+  for (uint32_t i = 0; i < count; i++) {
+    McConstant constant = {};
+    if (body->writing()) constant = constants[i];
+    if (!McXdrValue(body, &constant)) return false;
+    if (body->reading() && constants.append(constant) != RC_OK) return false;
+  }
+  return true;
+}
+
+// Trees ---------------------------------------------------------------------
+
+// The head of a node record: its kind and its payload. Kind 0 is no node.
+template <class Port>
+bool McXdrNode(Port* port, McNode* node) {
+  auto kind = static_cast<uint8_t>(node->kind);
+  if (!port->uchar(&kind) || kind >= MC_KIND_COUNT) return false;
+  node->kind = static_cast<McNodeKind>(kind);
+  switch (MC_KIND_PAYLOADS[kind]) {
+    case McPayload::NONE: return true;
+    case McPayload::VARIABLE:
+      return port->ushort(&node->variable.scope) &&
+             port->ushort(&node->variable.index);
+    case McPayload::INTEGER: return port->slong(&node->integer);
+    case McPayload::NUMBER: return port->ulong(&node->number);
+    case McPayload::FUNCTION:
+      // The number stands in the file twice.
+      return port->ushort(&node->index) && port->ushort(&node->index);
+    case McPayload::OPERATOR: return port->uchar(&node->op);
+    case McPayload::INDEX: return port->ushort(&node->index);
+    case McPayload::SIGIL: return port->schar(&node->sigil);
+  }
+  return false;
+}
+
+// More than the head of a node and the end of its children take.
+constexpr size_t NODE_ROOM = 32;
+
+// True when what a node that was read refers to is there.
+bool ReferenceHolds(Body* body, const McNode& node) {
+  const McConstants& constants = body->program->constants;
+  switch (node.kind) {
+    case McNodeKind::REAL:
+      return node.number < constants.count() &&
+             constants[node.number].type == McValueType::REAL;
+    case McNodeKind::STRING:
+      return node.number < constants.count() &&
+             constants[node.number].type == McValueType::STRING;
+    case McNodeKind::EXTERN:
+      return StringPoolText(&body->program->strings, node.number) != nullptr;
+    case McNodeKind::CALL:
+      if (node.index >= body->calls_needed)
+        body->calls_needed = uint32_t{node.index} + 1;
+      return true;
+    default: return true;
+  }
+}
+
+// Writes the tree through a port that does not check for room, which is made
+// for every node and for every end of a child list.
+template <XdTransport TRANSPORT>
+bool WriteTreeTo(Body* body, McNodeRef root) {
+  XdStream* xd = body->xd;
+  XdFastPort<TRANSPORT> port = {xd->next};
+  const uint8_t end = 0;
+  const auto make_room = [&] {
+    if (xd->limit - port.next >= ptrdiff_t{NODE_ROOM}) return true;
+    xd->next = port.next;
+    if (!XdMakeRoom(xd, NODE_ROOM)) return false;
+    port.next = xd->next;
+    return true;
+  };
+  const bool written = body->walker.walk(
+      body->program->nodes, root,
+      [&](const McNode& node) {
+        McNode copy = node;
+        return make_room() && McXdrNode(&port, &copy);
+      },
+      [&](const McNode&) { return make_room() && port.uchar(&end); });
+  xd->next = port.next;
+  return written;
+}
+
+bool WriteTree(Body* body, McNodeRef root) {
+  uint8_t none = 0;
+  if (root == 0) return XdUChar(body->xd, &none);
+  return body->xd->transport == XD_TRANSPORT_XDR
+             ? WriteTreeTo<XD_TRANSPORT_XDR>(body, root)
+             : WriteTreeTo<XD_TRANSPORT_PLAIN>(body, root);
+}
+
+// Reads nodes one behind the other; `path` leads from the root to the node
+// whose children are being read, with the child read last for each.
+bool ReadTree(Body* body, McNodeRef* root) {
+  McNodePool& nodes = body->program->nodes;
+  UtVector<McNodeList> path;  // first: the parent; last: its last child
+  *root = 0;
+  XdPort port = {body->xd};
+  do {
+    McNode node = {McNodeKind::EMPTY, 0, 0, {}};
+    if (!McXdrNode(&port, &node)) return false;
+    if (node.kind == McNodeKind::EMPTY) {
+      if (!path.empty()) path.pop_back();
+      continue;
+    }
+    if (!ReferenceHolds(body, node)) return false;
+    const McNodeRef made = nodes.take();
+    if (made == 0) return false;
+    nodes[made] = node;
+    if (path.empty())
+      *root = made;
+    else if (path.back().last == 0)
+      nodes[path.back().first].child = made;
+    else
+      nodes[path.back().last].sibling = made;
+    if (!path.empty()) path.back().last = made;
+    path.push_back({made, 0});
+  } while (!path.empty());
+  return true;
+}
+
+bool McXdrTree(Body* body, McNodeRef* root) {
+  return body->reading() ? ReadTree(body, root) : WriteTree(body, *root);
+}
+
+// The number of nodes of a tree. It is read and not needed.
+bool McXdrNodeCount(Body* body, McNodeRef root) {
+  uint32_t count = 0;
+  if (body->writing() && root != 0)
+    body->walker.walk(
+        body->program->nodes, root,
+        [&](const McNode&) {
+          count++;
+          return true;
+        },
+        [](const McNode&) { return true; });
+  return XdULong(body->xd, &count);
+}
+
+// Variables -----------------------------------------------------------------
+
+bool McXdrRange(Body* body, McVar* variable) {
+  XdStream* xd = body->xd;
+  if (body->reading()) {
+    variable->range =
+        static_cast<McRange*>(body->program->arena.take(sizeof(McRange)));
+    if (variable->range == nullptr) return false;
+  }
+  McRange* range = variable->range;
+  if (variable->type == McValueType::INTEGER)
+    return XdLong(xd, &range->integer.low) && XdLong(xd, &range->integer.high);
+  if (variable->type == McValueType::REAL)
+    return XdDouble(xd, &range->real.low) && XdDouble(xd, &range->real.high);
+  return false;
+}
+
+// Only the declared bounds are in the file; the current ones start out equal.
+bool McXdrDims(Body* body, McVar* variable) {
+  XdStream* xd = body->xd;
+  if (body->reading()) {
+    variable->dims = static_cast<McDim*>(
+        body->program->arena.take(variable->dim_count * sizeof(McDim)));
+    if (variable->dims == nullptr) return false;
+  }
+  for (unsigned i = 0; i < variable->dim_count; i++) {
+    McDim* dim = &variable->dims[i];
+    if (!XdLong(xd, &dim->declared_low)) return false;
+    if (!XdLong(xd, &dim->declared_high)) return false;
+    dim->current_low = dim->declared_low;
+    dim->current_high = dim->declared_high;
+  }
+  return true;
+}
+
+bool McXdrVar(Body* body, McVar* variable) {
+  XdStream* xd = body->xd;
+  uint8_t flags = 0;
+  if (body->writing()) {
+    if (variable->range != nullptr) flags |= HAS_RANGE;
+    if (variable->dims != nullptr) flags |= HAS_DIMS;
+  }
+  if (!XdEnum(xd, &variable->type, 5)) return false;
+  if (!XdEnum(xd, &variable->storage, 4)) return false;
+  if (!XdUChar(xd, &variable->dim_count)) return false;
+  if (!XdUChar(xd, &flags) || flags > (HAS_RANGE | HAS_DIMS)) return false;
+  if (!body->text(&variable->name)) return false;
+  if ((flags & HAS_RANGE) != 0 && !McXdrRange(body, variable)) return false;
+  return (flags & HAS_DIMS) == 0 || McXdrDims(body, variable);
+}
+
+bool McXdrVarTable(Body* body, McVarTable* table) {
+  if (!TableCount(body, &table->entries, 8)) return false;
+  if (!XdUShort(body->xd, &table->required)) return false;
+  for (McVar& variable : table->entries)
+    if (!McXdrVar(body, &variable)) return false;
+  return true;
+}
+
+bool McXdrCommons(Body* body, UtVector<McCommon>* commons) {
+  if (!TableCount(body, commons, 8)) return false;
+  for (McCommon& common : *commons) {
+    if (!McXdrVarTable(body, &common.variables)) return false;
+    if (!body->text(&common.name)) return false;
+  }
+  return true;
+}
+
+// Routines ------------------------------------------------------------------
+
+bool McXdrSubs(Body* body) {
+  if (!TableCount(body, &body->program->subs, 15)) return false;
+  for (McSub& sub : body->program->subs) {
+    if (!body->text(&sub.name)) return false;
+    if (!McXdrVarTable(body, &sub.locals)) return false;
+    if (!McXdrVarTable(body, &sub.parameters)) return false;
+    if (!McXdrCommons(body, &sub.commons)) return false;
+    if (!McXdrTree(body, &sub.body)) return false;
+  }
+  return true;
+}
+
+bool McXdrCalls(Body* body) {
+  XdStream* xd = body->xd;
+  UtVector<McCallRef>& calls = body->program->calls;
+  if (!TableCount(body, &calls, 3)) return false;
+  for (McCallRef& call : calls) {
+    auto kind = static_cast<uint8_t>(call.kind);
+    if (call.external) kind |= EXTERNAL_CALL;
+    if (!XdUChar(xd, &kind)) return false;
+    call.external = (kind & EXTERNAL_CALL) != 0;
+    call.kind = static_cast<McCallKind>(kind & ~EXTERNAL_CALL);
+    switch (call.kind) {
+      case McCallKind::SUB:
+      case McCallKind::FN:
+        if (call.external ? !body->text(&call.name)
+                          : !XdUShort(xd, &call.sub_index))
+          return false;
+        if (!call.external && call.sub_index >= body->program->subs.size())
+          return false;
+        continue;
+      case McCallKind::CFN:
+        if (call.external || !body->text(&call.name)) return false;
+        continue;
+    }
+    return false;
+  }
+  return body->calls_needed <= calls.size();
+}
+
+// Tables that a tree's variables can be in.
+struct VisibleTables {
+  const McVarTable* locals;
+  const McVarTable* parameters;  // nullptr: none, in the main program
+  const UtVector<McCommon>* commons;
+
+  bool hold(McScope scope, uint16_t index) const {
+    const McVarTable* table = nullptr;
+    if (scope == MC_SCOPE_LOCAL) table = locals;
+    if (scope == MC_SCOPE_PARAMETER) table = parameters;
+    if (scope >= MC_SCOPE_COMMON &&
+        static_cast<size_t>(scope - MC_SCOPE_COMMON) < commons->size())
+      table =
+          &(*commons)[static_cast<size_t>(scope - MC_SCOPE_COMMON)].variables;
+    return table != nullptr && index < table->entries.size();
+  }
+};
+
+// True when every variable that a tree names is in a table.
+bool VariablesHold(Body* body, McNodeRef root, const VisibleTables& tables) {
+  if (root == 0) return true;
+  return body->walker.walk(
+      body->program->nodes, root,
+      [&](const McNode& node) {
+        return MC_KIND_PAYLOADS[static_cast<int>(node.kind)] !=
+                   McPayload::VARIABLE ||
+               tables.hold(node.variable.scope, node.variable.index);
+      },
+      [](const McNode&) { return true; });
+}
+
+// Trees stand in the file in front of the tables that they need, or behind.
+bool AllVariablesHold(Body* body) {
+  const McProgram& program = *body->program;
+  if (!VariablesHold(body, program.body,
+                     {&program.variables, nullptr, &program.commons}))
+    return false;
+  for (const McSub& sub : program.subs)
+    if (!VariablesHold(body, sub.body,
+                       {&sub.locals, &sub.parameters, &sub.commons}))
+      return false;
+  return true;
+}
+
+bool McXdrProgramBody(XdStream* xd, McProgram* program) {
+  Body body = {xd, program, {}};
+  if (!StringPoolRecord(xd, &program->strings)) return false;
+  if (!body.text(&program->name)) return false;
+  if (!McXdrImports(&body)) return false;
+  if (!McXdrConstants(&body)) return false;
+  if (!McXdrNodeCount(&body, program->body)) return false;
+  if (!McXdrTree(&body, &program->body)) return false;
+  if (!McXdrVarTable(&body, &program->variables)) return false;
+  if (!McXdrCommons(&body, &program->commons)) return false;
+  if (!McXdrSubs(&body)) return false;
+  if (!McXdrCalls(&body)) return false;
+  return !body.reading() || AllVariablesHold(&body);
+}
+
+void RemoveRegular(const char* path) {
+  struct stat status;
+  if (lstat(path, &status) == 0 && S_ISREG(status.st_mode)) unlink(path);
+}
+
+}  // namespace
+
+int McXdrWriteToFile(McProgram* program, int transport, const char* path) {
+  FILE* file;
+  XdStream xd;
+  int code = XdOpenForWriting(
+      path, program->body != 0 ? XD_KIND_PROGRAM : XD_KIND_MODULE, transport,
+      &file, &xd);
+  if (code == RC_OK)
+    code = XdCloseWritten(file, &xd, McXdrProgram(&xd, &program));
+  // Nobody may take a part of a program for the whole.
+  if (code != RC_OK && code != RC_CANNOT_CREATE) RemoveRegular(path);
+  return code;
+}
+
+int McXdrReadFromFile(const char* path, McProgram** program) {
+  *program = nullptr;
+  FILE* file;
+  XdStream xd;
+  XdHeader header;
+  const int code = XdOpenForReading(path, XD_KIND_PROGRAM, XD_KIND_MODULE,
+                                    &file, &xd, &header);
+  if (code != RC_OK) return code;
+  const bool read = McXdrProgram(&xd, program) && *program != nullptr &&
+                    XdRemaining(&xd) == 0 &&
+                    ((*program)->body != 0) == (header.kind == XD_KIND_PROGRAM);
+  (void)XdDestroy(&xd);
+  fclose(file);
+  if (read) return RC_OK;
+  McProgramFree(program);
+  return RC_BODY_FAILED;
+}
+
+bool McXdrProgram(XdStream* xd, McProgram** slot) {
+  if (xd->direction == XD_FREE) {
+    UtDelete(slot);
+    return true;
+  }
+  uint8_t present = *slot != nullptr;
+  if (!XdUChar(xd, &present)) return false;
+  if (present == 0) return true;
+  if (xd->direction == XD_DECODE) {
+    if (present != 1) return false;
+    *slot = McProgramCreate();
+  }
+  if (*slot == nullptr) return false;
+  const int code = UtGuarded(
+      [&] { return McXdrProgramBody(xd, *slot) ? RC_OK : RC_BODY_FAILED; });
+  if (code != RC_OK && xd->direction == XD_DECODE) UtDelete(slot);
+  return code == RC_OK;
+}

@@ -1,0 +1,49 @@
+// Compiled program file (.cm): one program as the run time loads it.
+//
+// Behind the header of xd_header.h stands the program record; its fields, in
+// the order of the file:
+//
+//   u8    1, or 0 for no program, which ends the record
+//   string pool (string_pool.h), text name
+//   u16   imports       each: u8 kind, text name, text FROM or FILE, and
+//                       unless bit 0x80 of the kind is set text MODULE
+//   u32   constants     each: u8 type, then f64, or u32 length and characters
+//   u32   nodes of the main body, 0 without one
+//   tree of the main body, variables, COMMON blocks of the main program
+//   u16   SUBs          each: text name, variables (locals), variables
+//                       (parameters), COMMON blocks, tree of the body
+//   u16   calls         each: u8 kind, +0x80 external; text name, or for a
+//                       bound one u16 SUB
+//
+//   variables           u16 count, u16 0; each: u8 type, u8 storage, u8
+//                       dimensions, u8 flags (1 range, 2 bounds), text name,
+//                       range (2 x i32 or f64), bounds (2 x i32 each)
+//   COMMON blocks       u16 count; each: variables, text name
+//   tree                u8 kind (0: none, ends the record), payload, the trees
+//                       of the children, u8 0
+//
+// A BLOCK over PRINT 5, plain:  08 0E 02 00 00 00 05 00 00 00
+//
+// One routine per record writes, reads and releases it. Reading believes no
+// count, index or code; it refuses what no compiler writes.
+#pragma once
+
+#include "elut/model/program.h"
+#include "util/XD_main.h"
+
+// Writes `program` to `path`, as a module when it has no main body; a
+// `transport` of 1 is XDR, 4 is plain. A regular file that could not be
+// completed is removed again. Returns 0, RC_CANNOT_CREATE, RC_INVALID for
+// another transport, RC_HEADER_WRITE or RC_BODY_FAILED.
+[[nodiscard]] int McXdrWriteToFile(McProgram* program, int transport,
+                                   const char* path);
+
+// Reads a program or module that McXdrWriteToFile wrote. `*program` becomes the
+// caller's; it is nullptr when the call fails. Returns 0, the codes of
+// XdOpenForReading, or RC_BODY_FAILED.
+[[nodiscard]] int McXdrReadFromFile(const char* path, McProgram** program);
+
+// The record. Reading creates the program in `*slot`, which must be nullptr,
+// or leaves it so; releasing frees it and clears the slot. A failed read leaves
+// nothing behind.
+[[nodiscard]] bool McXdrProgram(XdStream* xd, McProgram** slot);

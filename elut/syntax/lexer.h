@@ -1,0 +1,25 @@
+// Scanner: the source text as tokens.
+//
+// One scanner serves programs, modules and mask definitions. It takes the
+// longest token that begins at the read position. Blanks, tabs, line and form
+// feeds and comments (from ! or # to the end of the line) separate tokens. A
+// character that begins no token is written to the standard output, unless it
+// is a zero byte, and skipped: nothing is reported.
+//
+//   FNround      FNNAME       %level, @:a.b*   SIGILNAME
+//   CFNplot      CFNNAME      $ % & @ alone    SIGIL
+//   FN1          IDENT        "abc"            SCONST
+//   'A'          ICONST 65    017, 0x1F, 17    ICONST 15, 31, 17
+//   1.5, 2e-3    RCONST       90D, PI          RCONST
+//   = += -= /= *=  ASSIGNOP 0 to 4
+//
+// An integer that does not fit is reported with code 5672 and has the value
+// 2147483647.
+#pragma once
+
+#include <cstdint>
+
+#include "elut/syntax/token_strings.h"
+
+// The next token, one of the grammar's numbers; 0 at the end of all input.
+int McLex(TokenValue* value);
