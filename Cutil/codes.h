@@ -70,4 +70,22 @@ enum ReturnCode : int {
   RC_HEADER_MAGIC = 6197,  // wrong magic or kind
   RC_HEADER_WRITE = 6198,
   RC_HEADER_READ = 6199,
+
+  // Reasons that the language tells apart inside; users see the code that
+  // RcSeen gives for them.
+  RC_TABLE_FULL = -1,  // a table of the file has no room for one more entry
+  RC_NAMES_FULL = -2,  // the run has no room for one more attribute name
+  RC_TYPE_CLASH = -3,  // the name of an attribute has values of another type
+  RC_TOO_DEEP = -4,    // too many files inside each other, or in one source
 };
+
+// The code of an operation as users see it.
+constexpr int RcSeen(int code) {
+  switch (code) {
+    case RC_TABLE_FULL:
+    case RC_NAMES_FULL:
+    case RC_TYPE_CLASH: return RC_INVALID;
+    case RC_TOO_DEEP: return RC_CANNOT_OPEN;
+    default: return code;
+  }
+}

@@ -1,18 +1,19 @@
+// Chunks form a list, the one in use on top.
 #include "Cutil/ut_arena.h"
 
 #include <algorithm>
 
 #include "Cutil/ut_memory.h"
 
-void* UtArena::take_slow(size_t bytes) {
+void* UtArena::take_slow(size_t wanted) {
   static_assert(sizeof(Chunk) % 8 == 0);
+  const size_t bytes = (wanted + 7) & ~size_t{7};
   // A request that would waste most of a chunk's rest gets its own chunk,
   // placed below the current one, whose rest stays in use.
   const bool own = bytes > chunk_bytes_ / 4;
   const size_t room = own ? bytes : chunk_bytes_;
-  if (room > SIZE_MAX - sizeof(Chunk)) return nullptr;
-  auto* chunk = static_cast<Chunk*>(UtAllocBytes(sizeof(Chunk) + room));
-  if (chunk == nullptr) return nullptr;
+  if (bytes < wanted || room > SIZE_MAX - sizeof(Chunk)) throw std::bad_alloc();
+  auto* chunk = static_cast<Chunk*>(UtTakeBytes(sizeof(Chunk) + room));
   char* start = reinterpret_cast<char*>(chunk + 1);
   if (own && top_ != nullptr) {
     chunk->below = top_->below;

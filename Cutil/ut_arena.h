@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
+#include <type_traits>
 
 class UtArena {
  public:
@@ -21,22 +23,28 @@ class UtArena {
   UtArena& operator=(const UtArena&) = delete;
   ~UtArena() { release(); }
 
-  // `bytes` bytes on an 8-byte boundary, uninitialised; nullptr when memory is
-  // exhausted.
+  // `bytes` bytes on an 8-byte boundary, uninitialised. Throws bad_alloc, with
+  // the arena as it was.
   [[nodiscard]] void* take(size_t bytes) {
     size_t rounded = (bytes + 7) & ~size_t{7};
-    if (rounded < bytes) return nullptr;
-    if (static_cast<size_t>(end_ - next_) < rounded) return take_slow(rounded);
+    if (rounded < bytes || static_cast<size_t>(end_ - next_) < rounded)
+      return take_slow(bytes);
     char* block = next_;
     next_ += rounded;
     return block;
   }
 
-  // A copy of the first `length` bytes of `text`, closed by a zero byte;
-  // nullptr when memory is exhausted.
+  // An array of `count` records, uninitialised.
+  template <class Record>
+  [[nodiscard]] Record* take_array(size_t count) {
+    static_assert(std::is_trivially_copyable_v<Record> && alignof(Record) <= 8);
+    if (count > SIZE_MAX / sizeof(Record)) throw std::bad_alloc();
+    return static_cast<Record*>(take(count * sizeof(Record)));
+  }
+
+  // A copy of the first `length` bytes of `text`, closed by a zero byte.
   [[nodiscard]] char* copy(const char* text, size_t length) {
     char* place = static_cast<char*>(take(length + 1));
-    if (place == nullptr) return nullptr;
     memcpy(place, text, length);
     place[length] = '\0';
     return place;

@@ -1,17 +1,19 @@
 // Memory blocks: the one place where the compiler takes and returns memory.
 //
-// A block is held through a pointer variable; UtResize takes the address of
-// that variable so that it can replace or clear it. Containers of the standard
-// library take their memory here too, through UtAllocator; the bad_alloc that
-// they throw when there is none is turned into 1001 by UtGuarded, and by
-// nothing else.
+// Two ways lead here. UtResize and its relatives hold a block through a pointer
+// variable and answer with a code. Everything that owns memory as an object
+// (vectors, strings, arenas, UtMake) throws bad_alloc when there is none, and
+// UtGuarded, at the edge of an operation, turns that into 1001; nothing else
+// catches it.
 //
 // Every request passes one counter, so that a test can make the n-th request
-// fail and see that the caller survives it.
+// fail and see that the caller survives it. The counter belongs to the test
+// that sets it: the compiler itself never writes to it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -32,6 +34,9 @@
 // An uninitialised block, or nullptr when memory is exhausted.
 [[nodiscard]] void* UtAllocBytes(size_t bytes);
 
+// The same, but throws bad_alloc.
+[[nodiscard]] void* UtTakeBytes(size_t bytes);
+
 // Frees the block, if any. The template clears the holder with it.
 void UtFreeBlock(void* block);
 
@@ -41,18 +46,53 @@ void UtFree(T** holder) {
   *holder = nullptr;
 }
 
-// A new object, or nullptr when memory is exhausted; UtDelete ends it.
+// An object of its own, owned by the pointer.
+struct UtDeleter {
+  template <class T>
+  void operator()(T* object) const {
+    object->~T();
+    UtFreeBlock(object);
+  }
+};
 template <class T>
-[[nodiscard]] T* UtNew() {
-  void* block = UtAllocBytes(sizeof(T));
-  return block == nullptr ? nullptr : ::new (block) T();
+using UtPtr = std::unique_ptr<T, UtDeleter>;
+
+// Makes one. Throws bad_alloc.
+template <class T, class... Arguments>
+[[nodiscard]] UtPtr<T> UtMake(Arguments&&... arguments) {
+  void* block = UtTakeBytes(sizeof(T));
+  try {
+    return UtPtr<T>(::new (block) T(std::forward<Arguments>(arguments)...));
+  } catch (...) {
+    UtFreeBlock(block);
+    throw;
+  }
 }
 
-template <class T>
-void UtDelete(T** holder) {
-  if (*holder != nullptr) (*holder)->~T();
-  UtFree(holder);
-}
+// Bytes of its own, uninitialised. Throws bad_alloc.
+class UtBlock {
+ public:
+  UtBlock() = default;
+  explicit UtBlock(size_t bytes)
+      : bytes_(static_cast<char*>(UtTakeBytes(bytes))), size_(bytes) {}
+  UtBlock(UtBlock&& other) noexcept
+      : bytes_(std::exchange(other.bytes_, nullptr)),
+        size_(std::exchange(other.size_, 0)) {}
+  UtBlock& operator=(UtBlock&& other) noexcept {
+    std::swap(bytes_, other.bytes_);
+    std::swap(size_, other.size_);
+    return *this;
+  }
+  ~UtBlock() { UtFreeBlock(bytes_); }
+
+  char* data() const { return bytes_; }
+  size_t size() const { return size_; }
+  void reset() { *this = UtBlock(); }
+
+ private:
+  char* bytes_ = nullptr;
+  size_t size_ = 0;
+};
 
 // For tests: the `nth` request from now on fails (1: the next one), and after
 // it all succeed again. 0 switches the fault off.
@@ -71,9 +111,7 @@ struct UtAllocator {
   UtAllocator(const UtAllocator<U>&) {}
   T* allocate(size_t n) {
     if (n > SIZE_MAX / sizeof(T)) throw std::bad_alloc();
-    void* block = UtAllocBytes(n * sizeof(T));
-    if (block == nullptr) throw std::bad_alloc();
-    return static_cast<T*>(block);
+    return static_cast<T*>(UtTakeBytes(n * sizeof(T)));
   }
   void deallocate(T* block, size_t) { UtFreeBlock(block); }
   template <class U>

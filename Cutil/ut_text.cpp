@@ -1,6 +1,9 @@
+// Every change goes through one routine that makes room first and then cannot
+// fail.
 #include "Cutil/ut_text.h"
 
 #include <cstring>
+#include <utility>
 
 #include "Cutil/ut_memory.h"
 
@@ -41,7 +44,7 @@ int Write(UtText* text, size_t position, const char* source, size_t count) {
 }
 
 void Attach(UtText* text, char* buffer, size_t size, UtTextStorage storage) {
-  *text = {};
+  UtTextRelease(text);
   text->text = buffer;
   text->capacity = static_cast<uint32_t>(size);
   text->storage = storage;
@@ -49,8 +52,16 @@ void Attach(UtText* text, char* buffer, size_t size, UtTextStorage storage) {
 
 }  // namespace
 
-void UtTextInit(UtText* text) {
-  *text = {};
+UtText::~UtText() {
+  if (storage == UT_TEXT_HEAP) UtFreeBlock(text);
+}
+
+void UtText::swap(UtText& other) noexcept {
+  std::swap(text, other.text);
+  std::swap(capacity, other.capacity);
+  std::swap(length, other.length);
+  std::swap(storage, other.storage);
+  std::swap(tracks_length, other.tracks_length);
 }
 
 void UtTextAttachFixed(UtText* text, char* buffer, uint32_t size) {
@@ -61,11 +72,6 @@ void UtTextAttachFixed(UtText* text, char* buffer, uint32_t size) {
 void UtTextAttachInitial(UtText* text, char* buffer, uint32_t size) {
   Attach(text, buffer, size, UT_TEXT_INITIAL);
   if (size != 0) buffer[0] = '\0';
-}
-
-void UtTextAttachConstant(UtText* text, const char* constant) {
-  Attach(text, const_cast<char*>(constant), strlen(constant) + 1,
-         UT_TEXT_FIXED);
 }
 
 int UtTextReserve(UtText* text, size_t characters) {
@@ -104,6 +110,6 @@ bool UtTextTrackLength(UtText* text, bool on) {
 }
 
 void UtTextRelease(UtText* text) {
-  if (UtTextIsOwned(text)) UtFreeBlock(text->text);
-  *text = {};
+  UtText none;
+  text->swap(none);
 }

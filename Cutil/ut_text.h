@@ -1,9 +1,7 @@
 // UtText: a growable text closed by a zero byte, in one of three storages.
 //
-// The plain struct is the value: token values, constants and records carry it
-// in unions and copy it bit by bit, so it has no constructor. All fields zero
-// is the empty text on the heap. Whoever holds a text with storage 0 releases
-// it; a copy of the struct is the same text, to be released once.
+// All fields zero is the empty text on the heap. A text owns its heap block and
+// releases it at its end; it can be moved, not copied.
 #pragma once
 
 #include <cstddef>
@@ -17,23 +15,26 @@ enum UtTextStorage : uint8_t {
 };
 
 struct UtText {
-  char* text;             // nullptr: empty
-  uint32_t capacity;      // bytes at `text`, the closing zero byte included
-  uint32_t length;        // characters; 0 while it is not tracked
-  uint8_t storage;        // UtTextStorage
-  uint8_t tracks_length;  // 1: every change keeps `length`; 0: it is counted
+  UtText() = default;
+  UtText(UtText&& other) noexcept { swap(other); }
+  UtText& operator=(UtText&& other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~UtText();
+  void swap(UtText& other) noexcept;
+
+  char* text = nullptr;       // nullptr: empty
+  uint32_t capacity = 0;      // bytes at `text`, the closing zero byte included
+  uint32_t length = 0;        // characters; 0 while it is not tracked
+  uint8_t storage = 0;        // UtTextStorage
+  uint8_t tracks_length = 0;  // 1: every change keeps `length`; 0: it is counted
 };
 static_assert(sizeof(UtText) == 24);
 
-// Sets all fields to zero without releasing anything.
-void UtTextInit(UtText* text);
-
-// Start over with a buffer of the caller, which becomes the empty text, or
-// with a constant text, which must not be changed afterwards. The value must
-// not own a block.
+// Start over with a buffer of the caller, which becomes the empty text.
 void UtTextAttachFixed(UtText* text, char* buffer, uint32_t size);
 void UtTextAttachInitial(UtText* text, char* buffer, uint32_t size);
-void UtTextAttachConstant(UtText* text, const char* constant);
 
 // Each of these makes room first: the capacity becomes characters + 1, rounded
 // up to a multiple of 8, when it does not suffice. They return 0,

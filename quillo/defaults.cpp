@@ -1,20 +1,16 @@
+// A file is read whole and passed over three times: bytes that do not count
+// are removed, MSGGET references are replaced, lines are taken apart. Its
+// resources, with those of the files it includes, are collected aside and then
+// handed to the class entry by entry, which takes no memory and cannot fail.
 #include "quillo/defaults.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <string_view>
-#include <unordered_map>
 
-#include "Cutil/ut_memory.h"
+#include "Cutil/ut_chars.h"
+#include "Cutil/ut_file.h"
 #include "services/environment.h"
-#include "trt/catalog.h"
-
-// A file is read whole and passed over three times: bytes that do not count
-// are removed, MSGGET references are replaced, lines are taken apart. Its
-// resources, with those of the files it includes, are collected aside and then
-// handed to the class entry by entry, which takes no memory and cannot fail.
 
 namespace {
 
@@ -22,64 +18,9 @@ constexpr size_t LONGEST_CLASS_NAME = 31;
 constexpr size_t LONGEST_INCLUDE = 511;
 constexpr int MOST_NESTED_INCLUDES = 16;
 
-// A file that includes itself twice would be read 65536 times before the
-// nesting ends.
-constexpr int MOST_INCLUDES = 1000;
-
-struct TextHash {
-  size_t operator()(const UtString& text) const {
-    return std::hash<std::string_view>()(text);
-  }
-};
-
-template <class Value>
-using TextTable =
-    std::unordered_map<UtString, Value, TextHash, std::equal_to<UtString>,
-                       UtAllocator<std::pair<const UtString, Value>>>;
-
-using Database = TextTable<UtString>;
-
-struct DefaultsState {
-  TextTable<Database> classes;
-  UtString last_name;        // class used last
-  Database* last = nullptr;  // its database
-};
-
-// Made when the first file is found.
-DefaultsState& State() {
-  static DefaultsState state;
-  return state;
-}
-
 bool IsClassName(const char* name) {
   const size_t length = strnlen(name, LONGEST_CLASS_NAME + 1);
   return length > 0 && length <= LONGEST_CLASS_NAME;
-}
-
-// The database of a class; nullptr when it has none.
-Database* FindDatabase(const char* class_name) {
-  DefaultsState& state = State();
-  if (state.last != nullptr && state.last_name == class_name) return state.last;
-  UtString name(class_name);
-  const auto found = state.classes.find(name);
-  if (found == state.classes.end()) return nullptr;
-  state.last_name.swap(name);
-  state.last = &found->second;
-  return state.last;
-}
-
-// The resources of `loaded` replace those with the same names.
-void Merge(const char* class_name, Database loaded) {
-  Database* database = FindDatabase(class_name);
-  if (database == nullptr) {
-    State().classes.emplace(class_name, std::move(loaded));
-    return;
-  }
-  database->reserve(database->size() + loaded.size());
-  while (!loaded.empty()) {
-    auto added = database->insert(loaded.extract(loaded.begin()));
-    if (!added.inserted) added.position->second.swap(added.node.mapped());
-  }
 }
 
 // Carriage returns and the end mark of other systems do not count.
@@ -120,8 +61,8 @@ bool TakeReference(std::string_view text, size_t at, Reference* reference) {
 }
 
 // Replaces the references by their messages. At one that is not complete the
-// replacing ends.
-void ExpandReferences(UtString* text) {
+// replacing ends, and the text when it has become longer than `limit`.
+void ExpandReferences(CatalogSet* catalogs, size_t limit, UtString* text) {
   constexpr std::string_view KEYWORD = "MSGGET";
   const std::string_view source = *text;
   size_t at = source.find(KEYWORD);
@@ -129,28 +70,22 @@ void ExpandReferences(UtString* text) {
   UtString expanded;
   size_t copied = 0;
   Reference reference;
-  while (at != std::string_view::npos &&
+  while (at != std::string_view::npos && expanded.size() <= limit &&
          TakeReference(source, at, &reference)) {
     expanded.append(source.substr(copied, at - copied));
     expanded +=
-        CatalogLookup(reference.name.c_str(), atoi(reference.number.c_str()),
-                      reference.default_text.c_str());
+        catalogs->lookup(reference.name.c_str(), atoi(reference.number.c_str()),
+                         reference.default_text.c_str());
     copied = reference.end;
     at = source.find(KEYWORD, copied);
   }
   expanded.append(source.substr(copied));
+  if (expanded.size() > limit) expanded.resize(limit);
   text->swap(expanded);
 }
 
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t';
-}
-bool IsOctal(char c) {
-  return c >= '0' && c <= '7';
-}
-
 void SkipBlanks(std::string_view* text) {
-  while (!text->empty() && IsBlank(text->front())) text->remove_prefix(1);
+  while (!text->empty() && UtIsBlank(text->front())) text->remove_prefix(1);
 }
 
 // Takes the rest of the line, without its newline.
@@ -167,8 +102,8 @@ void TakeEscape(std::string_view* rest, UtString* value) {
   size_t taken = 1;
   if (text[0] == 'n') {
     value->push_back('\n');
-  } else if (text.size() >= 3 && IsOctal(text[0]) && IsOctal(text[1]) &&
-             IsOctal(text[2])) {
+  } else if (text.size() >= 3 && UtIsOctal(text[0]) && UtIsOctal(text[1]) &&
+             UtIsOctal(text[2])) {
     const int code =
         (text[0] - '0') * 64 + (text[1] - '0') * 8 + (text[2] - '0');
     value->push_back(static_cast<char>(code));
@@ -195,8 +130,12 @@ UtString TakeValue(std::string_view* rest) {
   }
 }
 
-class Loader {
+}  // namespace
+
+// Reads one file with those that it includes.
+class Defaults::Loader {
  public:
+  explicit Loader(Defaults* defaults) : defaults_(defaults) {}
   int load(const char* path, int depth);
   Database& resources() { return resources_; }
 
@@ -204,15 +143,18 @@ class Loader {
   int include(std::string_view line, const char* path, int depth);
   void take_resource(std::string_view* rest);
 
+  Defaults* defaults_;
   Database resources_;
-  int includes_ = 0;
 };
 
-int Loader::load(const char* path, int depth) {
+int Defaults::Loader::load(const char* path, int depth) {
   UtString text;
-  if (const int code = FileReadWhole(path, &text)) return code;
+  if (const int code = UtReadWhole(path, UT_LARGEST_FILE, &text)) return code;
+  size_t& left = defaults_->bytes_left_;
+  if (text.size() > left) text.resize(left);
   RemoveForeignBytes(&text);
-  ExpandReferences(&text);
+  ExpandReferences(defaults_->catalogs_, left, &text);
+  left -= text.size();
   std::string_view rest = text;
   while (!rest.empty()) {
     switch (rest.front()) {
@@ -229,7 +171,8 @@ int Loader::load(const char* path, int depth) {
 }
 
 // Loads the file named in an #include line of the file `path`.
-int Loader::include(std::string_view line, const char* path, int depth) {
+int Defaults::Loader::include(std::string_view line, const char* path,
+                              int depth) {
   constexpr std::string_view KEYWORD = "#include";
   if (!line.starts_with(KEYWORD)) return RC_OK;
   line.remove_prefix(KEYWORD.size());
@@ -244,14 +187,15 @@ int Loader::include(std::string_view line, const char* path, int depth) {
     included.assign(path, static_cast<size_t>(slash + 1 - path));
   included += name;
   if (included.size() > LONGEST_INCLUDE) return RC_OK;
-  if (depth == MOST_NESTED_INCLUDES || includes_ == MOST_INCLUDES) return RC_OK;
-  includes_++;
+  if (depth == MOST_NESTED_INCLUDES || defaults_->includes_left_ == 0)
+    return RC_OK;
+  defaults_->includes_left_--;
   return load(included.c_str(), depth + 1);
 }
 
 // Takes "name: value" into the resources; a line without ":" behind its name
 // is only taken.
-void Loader::take_resource(std::string_view* rest) {
+void Defaults::Loader::take_resource(std::string_view* rest) {
   std::string_view line = rest->substr(0, rest->find('\n'));
   SkipBlanks(&line);
   const std::string_view name = line.substr(0, line.find_first_of(" \t:"));
@@ -265,11 +209,13 @@ void Loader::take_resource(std::string_view* rest) {
   resources_[UtString(name)] = TakeValue(rest);
 }
 
+namespace {
+
 // The paths of a set of defaults files, loaded one by one into a class.
 class FileSet {
  public:
-  FileSet(const char* class_name, const char* extension)
-      : class_name_(class_name), extension_(extension) {}
+  FileSet(Defaults* defaults, const char* class_name, const char* extension)
+      : defaults_(defaults), class_name_(class_name), extension_(extension) {}
 
   void load_installation(const DefaultsEntry& entry, const char* version);
   void load_pieces(const DefaultsEntry& entry, std::string_view pieces);
@@ -280,10 +226,11 @@ class FileSet {
     path_.clear();
     (path_.append(parts), ...);
     path_.append(".").append(extension_);
-    (void)DefaultsLoadFile(class_name_, path_.c_str());
+    (void)defaults_->load_file(class_name_, path_.c_str());
   }
 
  private:
+  Defaults* defaults_;
   const char* class_name_;
   const char* extension_;
   UtString path_;
@@ -305,7 +252,7 @@ void FileSet::load_pieces(const DefaultsEntry& entry, std::string_view pieces) {
     const bool is_first = semicolon == std::string_view::npos;
     std::string_view piece = pieces.substr(is_first ? 0 : semicolon + 1);
     SkipBlanks(&piece);
-    while (!piece.empty() && IsBlank(piece.back())) piece.remove_suffix(1);
+    while (!piece.empty() && UtIsBlank(piece.back())) piece.remove_suffix(1);
     if (!piece.empty()) {
       load(piece, "/", entry.common_directory, "/", extension_, "/",
            entry.base_name);
@@ -318,12 +265,37 @@ void FileSet::load_pieces(const DefaultsEntry& entry, std::string_view pieces) {
 
 }  // namespace
 
-int DefaultsLoadFiles(const char* class_name, const char* version,
-                      const DefaultsEntry* table, size_t count,
-                      const char* extension) {
+// The database of a class; nullptr when it has none.
+Defaults::Database* Defaults::find_database(const char* class_name) {
+  if (last_ != nullptr && last_name_ == class_name) return last_;
+  UtString name(class_name);
+  const auto found = classes_.find(name);
+  if (found == classes_.end()) return nullptr;
+  last_name_.swap(name);
+  last_ = &found->second;
+  return last_;
+}
+
+// The resources of `loaded` replace those with the same names.
+void Defaults::merge(const char* class_name, Database loaded) {
+  Database* database = find_database(class_name);
+  if (database == nullptr) {
+    classes_.emplace(class_name, std::move(loaded));
+    return;
+  }
+  database->reserve(database->size() + loaded.size());
+  while (!loaded.empty()) {
+    auto added = database->insert(loaded.extract(loaded.begin()));
+    if (!added.inserted) added.position->second.swap(added.node.mapped());
+  }
+}
+
+int Defaults::load_files(const char* class_name, const char* version,
+                         const DefaultsEntry* table, size_t count,
+                         const char* extension) {
   // Without memory the files that are left are skipped like missing ones.
   (void)UtGuarded([&] {
-    FileSet files(class_name, extension);
+    FileSet files(this, class_name, extension);
     for (size_t i = 0; i < count; i++) {
       const char* pieces = EnvValue(table[i].path_variable, "");
       if (*pieces != '\0')
@@ -341,38 +313,34 @@ int DefaultsLoadFiles(const char* class_name, const char* version,
   return RC_OK;
 }
 
-int DefaultsLoadFile(const char* class_name, const char* path) {
+int Defaults::load_file(const char* class_name, const char* path) {
   if (!IsClassName(class_name)) return RC_BAD_CLASS;
   return UtGuarded([&]() -> int {
-    Loader loader;
+    Loader loader(this);
     const int code = loader.load(path, 0);
     if (code == RC_CANNOT_OPEN) return RC_NO_DEFAULTS_FILE;
     if (code != RC_OK) return code;
-    Merge(class_name, std::move(loader.resources()));
+    merge(class_name, std::move(loader.resources()));
     return RC_OK;
   });
 }
 
-int DefaultsEnsureClass(const char* class_name) {
+int Defaults::ensure_class(const char* class_name) {
   if (!IsClassName(class_name)) return RC_BAD_CLASS;
   return UtGuarded([&] {
-    State().classes.try_emplace(class_name);
+    classes_.try_emplace(class_name);
     return RC_OK;
   });
 }
 
-const char* DefaultsValue(const char* class_name, const char* resource) {
+const char* Defaults::value(const char* class_name, const char* resource) {
   const char* value = nullptr;
   const int code = UtGuarded([&] {
-    const Database* database = FindDatabase(class_name);
+    const Database* database = find_database(class_name);
     if (database == nullptr) return RC_OK;
     const auto found = database->find(resource);
     if (found != database->end()) value = found->second.c_str();
     return RC_OK;
   });
   return code == RC_OK ? value : nullptr;
-}
-
-void DefaultsReset() {
-  State() = {};
 }

@@ -14,9 +14,19 @@
 //   macro*title:  MSGGET("cad_msg.txt", 12, "Close")
 //   macro.list:   one\ntwo \101             escapes; a "\" at the end of a line
 //                                           continues the value on the next
+//
+// All files of a run together hold at most 16 MiB, also when their references
+// are replaced, and #include is followed 1,000 times, 16 deep: what goes beyond
+// is not read.
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <string_view>
+#include <unordered_map>
+
+#include "Cutil/ut_memory.h"
+#include "trt/catalog.h"
 
 // One set of defaults files. Each text is a part of a path.
 struct DefaultsEntry {
@@ -26,33 +36,60 @@ struct DefaultsEntry {
   const char* path_variable;           // "MCPATH"
 };
 
-// Loads the files of each entry into the class. From the lowest precedence to
-// the highest these are, with the extension "dflt":
-//
-//   P/glob/dflt/macro.dflt, P/dflt/macro.dflt
-//                   for each piece P of the path variable, the last one first;
-//                   when the variable is empty or not set, instead
-//   HD_U/version/util/glob/dflt/macro.dflt, the same with util_s and util_c
-//   macro.dflt      in the current directory
-//   macro-HOST.dflt there
-//
-// Returns 0 whatever the files hold.
-int DefaultsLoadFiles(const char* class_name, const char* version,
-                      const DefaultsEntry* table, size_t count,
-                      const char* extension);
+class Defaults {
+ public:
+  // Messages come from `catalogs`, which outlives the defaults.
+  explicit Defaults(CatalogSet* catalogs) : catalogs_(catalogs) {}
+  Defaults(const Defaults&) = delete;
+  Defaults& operator=(const Defaults&) = delete;
 
-// Loads one file with all that it includes. Returns 0; RC_BAD_CLASS for a
-// class name that is empty or longer than 31 characters; RC_NO_DEFAULTS_FILE
-// when the file cannot be read; RC_NO_MEMORY. The class is unchanged then.
-[[nodiscard]] int DefaultsLoadFile(const char* class_name, const char* path);
+  // Loads the files of each entry into the class. From the lowest precedence to
+  // the highest these are, with the extension "dflt":
+  //
+  //   P/glob/dflt/macro.dflt, P/dflt/macro.dflt
+  //                   for each piece P of the path variable, the last one
+  //                   first; when the variable is empty or not set, instead
+  //   HD_U/version/util/glob/dflt/macro.dflt, the same with util_s and util_c
+  //   macro.dflt      in the current directory
+  //   macro-HOST.dflt there
+  //
+  // Returns 0 whatever the files hold.
+  int load_files(const char* class_name, const char* version,
+                 const DefaultsEntry* table, size_t count,
+                 const char* extension);
 
-// Gives the class an empty database when it has none. Returns 0, RC_BAD_CLASS
-// or RC_NO_MEMORY.
-[[nodiscard]] int DefaultsEnsureClass(const char* class_name);
+  // Loads one file with all that it includes. Returns 0; RC_BAD_CLASS for a
+  // class name that is empty or longer than 31 characters; RC_NO_DEFAULTS_FILE
+  // when the file cannot be read; RC_NO_MEMORY. The class is unchanged then.
+  [[nodiscard]] int load_file(const char* class_name, const char* path);
 
-// For tests: the value of a resource; nullptr when the class has none.
-[[nodiscard]] const char* DefaultsValue(const char* class_name,
-                                        const char* resource);
+  // Gives the class an empty database when it has none. Returns 0,
+  // RC_BAD_CLASS or RC_NO_MEMORY.
+  [[nodiscard]] int ensure_class(const char* class_name);
 
-// Forgets all classes.
-void DefaultsReset();
+  // The value of a resource; nullptr when the class has none.
+  [[nodiscard]] const char* value(const char* class_name, const char* resource);
+
+ private:
+  class Loader;
+  struct TextHash {
+    size_t operator()(const UtString& text) const {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+  template <class Value>
+  using TextTable =
+      std::unordered_map<UtString, Value, TextHash, std::equal_to<UtString>,
+                         UtAllocator<std::pair<const UtString, Value>>>;
+  using Database = TextTable<UtString>;
+
+  Database* find_database(const char* class_name);
+  void merge(const char* class_name, Database loaded);
+
+  CatalogSet* catalogs_;
+  TextTable<Database> classes_;
+  UtString last_name_;        // class used last
+  Database* last_ = nullptr;  // its database
+  size_t bytes_left_ = size_t{16} << 20;
+  int includes_left_ = 1000;
+};

@@ -1,18 +1,18 @@
+// A run owns everything that lives longer than a source; a source has a front
+// of its own, so that nothing of it is left for the next one.
 #include "quillo/driver.h"
 
-#include <climits>
+#include <sys/stat.h>
+
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 
 #include "Cutil/codes.h"
 #include "elut/compile/parse.h"
-#include "elut/compile/parse_state.h"
 #include "elut/files/listing.h"
 #include "elut/files/mask_file.h"
 #include "elut/files/mask_print.h"
 #include "elut/files/program_file.h"
-#include "elut/syntax/token_strings.h"
 #include "quillo/defaults.h"
 #include "quillo/options.h"
 #include "services/channels.h"
@@ -20,144 +20,161 @@
 
 namespace {
 
-constexpr unsigned PRINTED_MASKS = 0;  // channels
-constexpr unsigned REPORTS = 1;
-constexpr unsigned WARNINGS = 2;
-
 constexpr DefaultsEntry DEFAULTS[] = {{"macro", "util", "glob", "MCPATH"}};
 
 constexpr char CANNOT_COMPILE[] = "%s: Cannot compile %s. Error Code: %d\n";
 constexpr char CANNOT_STORE[] = "%s: Cannot store %s. Error Code: %d\n";
 
-void StartServices() {
-  constexpr DriverIdentity identity;
-  // A file-size limit then shows as a failed write, not as a killed process.
-  signal(SIGXFSZ, SIG_IGN);
-  ChannelReset();
-  // Just reset, every channel can be bound.
-  (void)ChannelBind(PRINTED_MASKS, CHANNEL_STDOUT, CHANNEL_ESCAPES);
-  (void)ChannelBind(REPORTS, CHANNEL_STDERR, CHANNEL_ESCAPES);
-  (void)ChannelBind(WARNINGS, CHANNEL_STDOUT,
-                    CHANNEL_ADD_NEWLINE | CHANNEL_ESCAPES);
-  // Start-up goes on without what cannot be loaded.
-  (void)DefaultsLoadFiles(identity.resource_class, identity.version, DEFAULTS,
-                          1, "dflt");
-  (void)DefaultsEnsureClass(identity.resource_class);
-  McSrcReset();
-}
-
-// Name of a compiled file. Only a name that fits is written to; a longer one is
-// shown in the report. No source that could be opened has a longer name.
-struct OutputName {
-  char text[FILE_NAME_LIMIT + PATH_MAX + 8];
-  bool fits() const { return strlen(text) <= FILE_NAME_LIMIT; }
-};
-
 // Builds the name of the file that a source is compiled into. The name is cut
 // at its last ".", be that in a directory, and gets the extension.
-OutputName BuildOutputName(const Options& options, const char* source,
-                           const char* extension) {
-  OutputName output;
-  const bool add_base =
-      options.source_count > 1 || options.destination[0] == '\0';
-  const char* slash = strrchr(source, '/');
-  const char* base = slash == nullptr ? source : slash + 1;
-  snprintf(output.text, sizeof output.text - 4, "%s%.*s", options.destination,
-           PATH_MAX, add_base ? base : "");
-  char* dot = strrchr(output.text, '.');
-  if (dot != nullptr) *dot = '\0';
-  strcat(output.text, extension);
-  return output;
+UtString OutputName(const Options& options, const char* source,
+                    const char* extension) {
+  UtString name = options.destination;
+  if (options.source_count > 1 || name.empty()) {
+    const char* slash = strrchr(source, '/');
+    name += slash == nullptr ? source : slash + 1;
+  }
+  const size_t dot = name.rfind('.');
+  if (dot != UtString::npos) name.resize(dot);
+  return name + extension;
 }
+
+// The files that must not be written because they are read.
+class SourceFiles {
+ public:
+  explicit SourceFiles(const Options& options) : options_(options) {}
+
+  // True when `path` leads to one of the sources of the run.
+  bool hold(const char* path) const {
+    struct stat output;
+    if (stat(path, &output) != 0) return false;
+    for (unsigned i = 0; i < options_.source_count; i++) {
+      struct stat source;
+      if (stat(options_.sources[i], &source) == 0 &&
+          source.st_dev == output.st_dev && source.st_ino == output.st_ino)
+        return true;
+    }
+    return false;
+  }
+
+ private:
+  const Options& options_;
+};
 
 // One run over the sources of the command line.
 class CompileLoop {
  public:
-  CompileLoop(const char* program_path, const Options& options)
-      : program_path_(program_path), options_(options) {}
+  CompileLoop(Channels* channels, McRun* run, const char* program_path,
+              const Options& options)
+      : channels_(channels),
+        run_(run),
+        printer_(channels),
+        program_path_(program_path),
+        options_(options),
+        sources_(options) {}
 
   int run() {
-    int result = RC_OK;
-    for (unsigned i = 0; i < options_.source_count; i++) {
-      const char* source = options_.sources[i];
-      McSrcReset();
-      McParseReset();
-      const int opened = McSrcOpen(source, &lines_);
-      if (opened == RC_CANNOT_OPEN) {
-        ChannelPrint(REPORTS, TEXT_FILE_NOT_FOUND, source);
-        lines_.release();
-        return 1;
-      }
-      if (opened != RC_OK)
-        result = report(source, opened, false);
-      else
-        result = options_.mask_mode ? mask(source) : program(source);
-      lines_.release();
-      McTokenStringsFree();
-    }
-    McSrcReset();
-    return result;
+    for (unsigned i = 0; i < options_.source_count; i++)
+      if (!compile(options_.sources[i])) return 1;
+    return result_;
   }
 
  private:
-  int report(const char* name, int code, bool stored) {
-    if (stored)
-      ChannelPrint(REPORTS, CANNOT_STORE, program_path_, name, code);
-    else
-      ChannelPrint(REPORTS, CANNOT_COMPILE, program_path_, name, code);
-    return code;
-  }
+  int report(const char* format, const char* name, int code);
+  bool compile(const char* source);
+  int mask(McFront* front, const char* output);
+  int program(McFront* front, const char* source, const char* output);
 
-  // Parses a mask definition, prints and writes it. The parser has reported
-  // what it found.
-  int mask(const char* source) {
-    const OutputName output = BuildOutputName(options_, source, ".cg");
-    if (options_.compile_mask && !output.fits())
-      return report(output.text, RC_FIXED_TEXT_FULL, true);
-    EditorList list;
-    const int code = MaskParseDefinition(&list, &lines_);
-    if (code == RC_OK && options_.print_mask)
-      (void)MaskListPrint(PRINTED_MASKS, &list);
-    if (code == RC_OK && options_.compile_mask)
-      (void)MaskListWrite(&list, options_.store_mode, output.text);
-    MaskListFree(&list);
-    return code;
-  }
-
-  int program(const char* source) {
-    const OutputName output = BuildOutputName(options_, source, ".cm");
-    if (!output.fits()) return report(output.text, RC_FIXED_TEXT_FULL, true);
-    McProgram* program = McProgramCreate();
-    if (program == nullptr) return report(source, RC_NO_MEMORY, false);
-    int code = McParseProgram(program, &lines_);
-    if (code == RC_OK) {
-      if (options_.dump_program) code = McDumpProgram(program);
-      if (code == RC_OK) code = McResolveCalls(program);
-    }
-    if (code != RC_OK) {
-      report(source, code, false);
-    } else {
-      code = McXdrWriteToFile(program, options_.store_mode, output.text);
-      if (code != RC_OK) report(output.text, code, true);
-    }
-    // The program goes; no name may be looked up in it any more.
-    (void)McCompileEnter(nullptr);
-    McProgramFree(&program);
-    return code;
-  }
-
+  Channels* channels_;
+  McRun* run_;
+  McSrcFiles files_;
+  McReportPrinter printer_;
   const char* program_path_;
   const Options& options_;
-  McLineStore lines_;  // of the source being compiled
+  SourceFiles sources_;
+  int result_ = RC_OK;  // of the last source
 };
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+// `format` is one of the two above.
+int CompileLoop::report(const char* format, const char* name, int code) {
+  channels_->print(CHANNEL_REPORTS, format, program_path_, name, code);
+  return code;
+}
+#pragma GCC diagnostic pop
+
+// False when the source cannot be opened, which ends the run.
+bool CompileLoop::compile(const char* source) {
+  UtString output;
+  UtPtr<McFront> front;
+  const int code = UtGuarded([&] {
+    output = OutputName(options_, source, options_.mask_mode ? ".cg" : ".cm");
+    front = UtMake<McFront>(run_, &files_, &printer_);
+    return McSrcOpen(&front->scanner.source, source);
+  });
+  if (code == RC_CANNOT_OPEN) {
+    channels_->print(CHANNEL_REPORTS, TEXT_FILE_NOT_FOUND, source);
+    return false;
+  }
+  const bool written = !options_.mask_mode || options_.compile_mask;
+  if (code != RC_OK) {
+    result_ = report(CANNOT_COMPILE, source, code);
+  } else if (written && output.size() > FILE_NAME_LIMIT) {
+    result_ = report(CANNOT_STORE, output.c_str(), RC_FIXED_TEXT_FULL);
+  } else {
+    front->parse.trace_level = options_.trace_level;
+    result_ = options_.mask_mode ? mask(front.get(), output.c_str())
+                                 : program(front.get(), source, output.c_str());
+  }
+  return true;
+}
+
+// Parses a mask definition, prints and writes it. The parser has reported what
+// it found.
+int CompileLoop::mask(McFront* front, const char* output) {
+  EditorList list(&run_->attribute_names);
+  const int code = MaskParseDefinition(front, &list);
+  if (code != RC_OK) return code;
+  if (options_.print_mask) (void)MaskListPrint(channels_, CHANNEL_MASKS, &list);
+  if (!options_.compile_mask) return RC_OK;
+  if (sources_.hold(output))
+    return report(CANNOT_STORE, output, RC_CANNOT_CREATE);
+  // Nobody looks at how the writing went.
+  (void)MaskListWrite(&list, options_.store_mode, output);
+  return RC_OK;
+}
+
+int CompileLoop::program(McFront* front, const char* source,
+                         const char* output) {
+  McProgram program;
+  int code = McParseProgram(front, &program);
+  if (code == RC_OK && options_.dump_program)
+    code = McDumpProgram(channels_, &program);
+  if (code == RC_OK) code = McResolveCalls(&program);
+  if (code != RC_OK) return report(CANNOT_COMPILE, source, code);
+  code = sources_.hold(output)
+             ? int{RC_CANNOT_CREATE}
+             : McXdrWriteToFile(&program, options_.store_mode, output);
+  return code == RC_OK ? code : report(CANNOT_STORE, output, code);
+}
 
 }  // namespace
 
 int RunDriver(int argc, char** argv) {
-  StartServices();
+  constexpr DriverIdentity identity;
+  // A file-size limit then shows as a failed write, not as a killed process.
+  signal(SIGXFSZ, SIG_IGN);
+  Channels channels;
+  channels.bind_standard();
+  McRun run;
+  Defaults defaults(&run.catalogs);
+  // Start-up goes on without what cannot be loaded.
+  (void)defaults.load_files(identity.resource_class, identity.version, DEFAULTS,
+                            1, "dflt");
+  (void)defaults.ensure_class(identity.resource_class);
   Options options;
   int status;
-  if (!ReadOptions(argc, argv, &options, &status)) return status;
-  mc_parse.trace_level = options.trace_level;
-  return CompileLoop(argv[0], options).run();
+  if (!ReadOptions(&channels, argc, argv, &options, &status)) return status;
+  return CompileLoop(&channels, &run, argv[0], options).run();
 }

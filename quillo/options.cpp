@@ -1,10 +1,11 @@
+// One table of options, one pass over the arguments: an error or -h decides as
+// soon as it is met.
 #include "quillo/options.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "services/channels.h"
 #include "services/environment.h"
 
 namespace {
@@ -43,8 +44,10 @@ constexpr OptionName OPTIONS[] = {
 // Reads the arguments one after the other.
 class ArgumentReader {
  public:
-  ArgumentReader(int argc, char** argv, Options* options, int* status)
-      : next_(argv + 1),
+  ArgumentReader(Channels* out, int argc, char** argv, Options* options,
+                 int* status)
+      : out_(out),
+        next_(argv + 1),
         end_(argv + argc),
         program_(argc > 0 ? argv[0] : "quillo"),
         options_(options),
@@ -65,8 +68,8 @@ class ArgumentReader {
 
  private:
   bool fail(int status, const char* message) {
-    PrintTo(stderr, "%s: %s\n", program_, message);
-    PrintTo(stderr, USAGE, program_);
+    out_->error("%s: %s\n", program_, message);
+    out_->error(USAGE, program_);
     *status_ = status;
     return false;
   }
@@ -81,8 +84,8 @@ class ArgumentReader {
   bool option(const char* name) {
     for (const OptionName& row : OPTIONS)
       if (strcmp(row.name, name) == 0) return apply(row.option);
-    PrintTo(stderr, "%s: illegal option: %s\n", program_, name);
-    PrintTo(stderr, USAGE, program_);
+    out_->error("%s: illegal option: %s\n", program_, name);
+    out_->error(USAGE, program_);
     *status_ = STATUS_USAGE;
     return false;
   }
@@ -90,12 +93,14 @@ class ArgumentReader {
   bool apply(Option option) {
     switch (option) {
       case Option::HELP:
-        PrintOut(USAGE, program_);
-        PrintOut("%s", DESCRIPTION);
+        out_->out(USAGE, program_);
+        out_->out("%s", DESCRIPTION);
         *status_ = 0;
         return false;
-      case Option::XDR: options_->store_mode = 1; return true;
-      case Option::NOXDR: options_->store_mode = 4; return true;
+      case Option::XDR: options_->store_mode = XD_TRANSPORT_XDR; return true;
+      case Option::NOXDR:
+        options_->store_mode = XD_TRANSPORT_PLAIN;
+        return true;
       case Option::MASK: options_->mask_mode = true; return true;
       case Option::PRINT: options_->print_mask = true; return true;
       case Option::DUMP: options_->dump_program = true; return true;
@@ -140,6 +145,7 @@ class ArgumentReader {
     return true;
   }
 
+  Channels* out_;
   char** next_;
   char** end_;
   const char* program_;
@@ -149,6 +155,7 @@ class ArgumentReader {
 
 }  // namespace
 
-bool ReadOptions(int argc, char** argv, Options* options, int* status) {
-  return ArgumentReader(argc, argv, options, status).read();
+bool ReadOptions(Channels* out, int argc, char** argv, Options* options,
+                 int* status) {
+  return ArgumentReader(out, argc, argv, options, status).read();
 }

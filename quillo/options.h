@@ -3,18 +3,19 @@
 
 #include <cstdint>
 
-#include "Cutil/ut_memory.h"
+#include "services/channels.h"
+#include "util/XD_main.h"
 
 inline constexpr unsigned SOURCE_FILE_LIMIT = 256;
 inline constexpr unsigned FILE_NAME_LIMIT = 255;  // bytes of an output name
 
 struct Options {
-  int store_mode = 1;         // transport of compiled files: 1 XDR, 4 plain
-  bool mask_mode = false;     // -w
-  bool print_mask = false;    // -print, in mask mode only
-  bool compile_mask = false;  // -cg, in mask mode only
-  bool dump_program = false;  // -dump, in program mode only
-  int16_t trace_level = 0;    // -t
+  int store_mode = XD_TRANSPORT_XDR;  // transport of compiled files
+  bool mask_mode = false;             // -w
+  bool print_mask = false;            // -print, in mask mode only
+  bool compile_mask = false;          // -cg, in mask mode only
+  bool dump_program = false;          // -dump, in program mode only
+  int16_t trace_level = 0;            // -t
   char destination[FILE_NAME_LIMIT + 1] = "";
   const char* sources[SOURCE_FILE_LIMIT];  // arguments, in their order
   unsigned source_count = 0;
@@ -24,5 +25,5 @@ struct Options {
 // everything has been printed that there is to say, and `*status` is the exit
 // status: 0 after -h, 1 for an unknown option or no source, 3 for an option
 // without its value, 5 when -o names no directory for several sources.
-[[nodiscard]] bool ReadOptions(int argc, char** argv, Options* options,
-                               int* status);
+[[nodiscard]] bool ReadOptions(Channels* out, int argc, char** argv,
+                               Options* options, int* status);

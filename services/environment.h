@@ -1,5 +1,5 @@
 // What the compiler asks of its surroundings: environment values, the name of
-// the host, paths, and files that are read whole.
+// the host, and paths.
 //
 // Paths are byte strings, handed to the system unchanged. Scripts that also
 // serve other systems write them with "\" and with drive letters, so the rules
@@ -10,9 +10,6 @@
 
 // Root of the installation when HD_U is not set.
 inline constexpr char DEFAULT_ROOT[] = "/u";
-
-// Forgets the current directory, which is otherwise taken once per run.
-void EnvReset();
 
 // The value of an environment variable; nullptr or `otherwise` when it is not
 // set. A variable set to nothing is the empty text.
@@ -32,23 +29,22 @@ constexpr size_t HOST_NAME_BYTES = 32;
 // True for whatever exists and is not a directory, a pipe too.
 [[nodiscard]] bool PathIsFile(const char* path);
 
-// Puts `tail` behind `head`:
-//
-//   head   tail     joined
-//   a/b    c        a/b/c      also from a/b/ and from a\b\ .
-//   a      /c       /c         so for \c, C:/c and C:\c: absolute
-//   a      ./c      the current directory and /c; so for .\c
-//
-// Returns 0 or RC_NO_MEMORY with `*joined` unchanged.
-[[nodiscard]] int PathJoin(const char* head, const char* tail,
-                           UtString* joined);
+// The current directory of a run, taken once, when it is needed first.
+class WorkingDirectory {
+ public:
+  // Without a slash at its end, so "" in the root directory; "." when it cannot
+  // be obtained. Throws bad_alloc.
+  [[nodiscard]] const UtString& path();
 
-// The current directory without a slash at its end, so "" in the root
-// directory; "." when it cannot be obtained.
-[[nodiscard]] const char* PathCurrentDirectory();
+  // Puts `tail` behind `head`. Throws bad_alloc.
+  //
+  //   head   tail     joined
+  //   a/b    c        a/b/c      also from a/b/ and from a\b\ .
+  //   a      /c       /c         so for \c, C:/c and C:\c: absolute
+  //   a      ./c      the current directory and /c; so for .\c
+  [[nodiscard]] UtString join(const UtString& head, const char* tail);
 
-// Reads a whole file into `*text`. Only regular files are opened: a pipe or a
-// device in the place of a file neither blocks nor loses anything. Returns 0,
-// RC_CANNOT_OPEN for everything that cannot be read or has 1 GiB and more, or
-// RC_NO_MEMORY; `*text` is empty then.
-[[nodiscard]] int FileReadWhole(const char* path, UtString* text);
+ private:
+  bool taken_ = false;
+  UtString path_;
+};

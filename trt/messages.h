@@ -30,7 +30,3 @@ MESSAGE_TABLE(MESSAGE_TEXT)
 // The text of a message; nullptr when there is none. The number counts modulo
 // 65536.
 [[nodiscard]] const char* MessageText(unsigned number);
-
-// Formats a message with its arguments and prints it on channel 2. A number
-// without text prints nothing.
-void MessagePrint(unsigned number, ...);

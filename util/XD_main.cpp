@@ -1,31 +1,17 @@
+// Both transports work on one buffer. Plain items are copied to and from it
+// with their bytes reversed; the XDR library reaches it through a table of
+// operations of its own, so that it neither knows nor needs a file.
 #include "util/XD_main.h"
-
-#include <sys/stat.h>
 
 #include <algorithm>
 
 namespace {
 
-uint8_t* BufferStart(XdStream* xd) {
-  return reinterpret_cast<uint8_t*>(xd->buffer);
-}
-
-// Hands the filled part of the buffer to the file.
+// Hands the filled part of the buffer on.
 bool Flush(XdStream* xd) {
-  const auto filled = static_cast<size_t>(xd->next - BufferStart(xd));
-  xd->next = BufferStart(xd);
-  return filled == 0 || fwrite(xd->buffer, 1, filled, xd->file) == filled;
-}
-
-// Reads the next part of the file into the buffer, which is used up.
-bool Refill(XdStream* xd) {
-  const size_t wanted = std::min<uint64_t>(xd->left, XdStream::BUFFER_BYTES);
-  const size_t got = wanted == 0 ? 0 : fread(xd->buffer, 1, wanted, xd->file);
-  // A file that has become shorter since it was opened ends here.
-  xd->left = got == wanted ? xd->left - got : 0;
-  xd->next = BufferStart(xd);
-  xd->limit = xd->next + got;
-  return got != 0;
+  const auto filled = static_cast<size_t>(xd->next - xd->start);
+  xd->next = xd->start;
+  return filled == 0 || xd->sink->write(xd->start, filled);
 }
 
 bool PutRaw(XdStream* xd, const void* bytes, size_t count) {
@@ -43,17 +29,9 @@ bool PutRaw(XdStream* xd, const void* bytes, size_t count) {
 }
 
 bool TakeRaw(XdStream* xd, void* bytes, size_t count) {
-  if (count > XdRemaining(xd)) return false;
-  auto* to = static_cast<uint8_t*>(bytes);
-  while (count > 0) {
-    if (xd->next == xd->limit && !Refill(xd)) return false;
-    const size_t part =
-        std::min(count, static_cast<size_t>(xd->limit - xd->next));
-    memcpy(to, xd->next, part);
-    xd->next += part;
-    to += part;
-    count -= part;
-  }
+  if (count > XdRemaining(xd)) return XdFail(xd, "the end of the file");
+  memcpy(bytes, xd->next, count);
+  xd->next += count;
   return true;
 }
 
@@ -73,6 +51,28 @@ bool PlainItem(XdStream* xd, void* value, size_t width) {
 }
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+
+// The library reads narrow items from words without looking at what does not
+// fit; a file that has something there would be another when it is written.
+bool XdrNarrow(XdStream* xd, void* value, size_t width,
+               bool (*fits)(uint32_t word)) {
+  uint32_t word = 0;
+  if (xd->direction == XD_DECODE && XdRemaining(xd) >= 4) {
+    memcpy(&word, xd->next, sizeof word);
+    if (!fits(__builtin_bswap32(word)))
+      return XdFail(xd, "a number that does not fit its field");
+  }
+  switch (width) {
+    case 1: return xdr_u_char(&xd->xdr, static_cast<uint8_t*>(value));
+    default: return xdr_u_short(&xd->xdr, static_cast<uint16_t*>(value));
+  }
+}
+
+template <class T>
+bool Fits(uint32_t word) {
+  return static_cast<uint32_t>(static_cast<int32_t>(static_cast<T>(word))) ==
+         word;
+}
 
 // The library's operations on the stream's buffer --------------------------
 
@@ -121,21 +121,32 @@ constexpr XDR::xdr_ops BUFFER_OPERATIONS = {
     SetPosition, Inline,  Destroy,  Control,
 };
 
-void Create(XdStream* xd, FILE* file, XdDirection direction,
-            XdTransport transport) {
-  xd->file = file;
-  xd->direction = direction;
+void CreateWriting(XdStream* xd, XdSink* sink, XdTransport transport) {
+  xd->buffer = UtBlock(XdStream::BUFFER_BYTES);
+  xd->direction = XD_ENCODE;
   xd->transport = transport;
-  xd->maVers = xd->miVers = xd->Sub_vers = 0;
-  xd->next = xd->limit = BufferStart(xd);
-  xd->left = 0;
-  if (direction == XD_ENCODE) xd->limit += XdStream::BUFFER_BYTES;
-  if (direction != XD_DECODE || file == nullptr) return;
-  struct stat status;
-  const long position = ftell(file);
-  if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) &&
-      position >= 0 && status.st_size > position)
-    xd->left = static_cast<uint64_t>(status.st_size - position);
+  xd->sink = sink;
+  xd->start = xd->next = reinterpret_cast<uint8_t*>(xd->buffer.data());
+  xd->limit = xd->start + xd->buffer.size();
+}
+
+void CreateReading(XdStream* xd, std::string_view bytes, uint64_t offset,
+                   XdTransport transport) {
+  xd->direction = XD_DECODE;
+  xd->transport = transport;
+  // Nothing is written there.
+  xd->start = xd->next =
+      const_cast<uint8_t*>(reinterpret_cast<const uint8_t*>(bytes.data()));
+  xd->limit = xd->start + bytes.size();
+  xd->offset = offset;
+  xd->failed = nullptr;
+}
+
+void ConnectLibrary(XdStream* xd) {
+  xd->xdr = {};
+  xd->xdr.x_op = static_cast<xdr_op>(xd->direction);
+  xd->xdr.x_ops = &BUFFER_OPERATIONS;
+  xd->xdr.x_private = xd;
 }
 
 // The length in front of a text: NULL_LENGTH when there is none.
@@ -147,8 +158,7 @@ bool TextLength(XdStream* xd, const char* text, uint32_t* length) {
                               : static_cast<uint32_t>(characters);
   }
   if (!XdULong(xd, length)) return false;
-  return xd->direction == XD_ENCODE || *length == XdStream::NULL_LENGTH ||
-         *length <= XdRemaining(xd);
+  return *length == XdStream::NULL_LENGTH || XdCountFits(xd, *length, 1);
 }
 
 // Writes a text that the buffer has room for in one step: most texts of a file
@@ -163,31 +173,61 @@ bool PutShortText(XdStream* xd, const char* text) {
   return true;
 }
 
-}  // namespace
-
-void XdCreateXdr(XdStream* xd, FILE* file, XdDirection direction) {
-  Create(xd, file, direction, XD_TRANSPORT_XDR);
-  xd->xdr = {};
-  xd->xdr.x_op = static_cast<xdr_op>(direction);
-  xd->xdr.x_ops = &BUFFER_OPERATIONS;
-  xd->xdr.x_private = xd;
+// What fills a text up to a multiple of four bytes is zero.
+bool FillIsZero(const XdStream* xd, uint32_t length) {
+  for (uint32_t i = 0; i < (0 - length) % 4; i++)
+    if (xd->next[-1 - static_cast<ptrdiff_t>(i)] != 0) return false;
+  return true;
 }
 
-void XdCreatePlain(XdStream* xd, FILE* file, XdDirection direction) {
-  Create(xd, file, direction, XD_TRANSPORT_PLAIN);
+}  // namespace
+
+bool XdMemory::write(const uint8_t* bytes, size_t count) {
+  return UtGuarded([&] {
+           bytes_.insert(bytes_.end(), bytes, bytes + count);
+           return RC_OK;
+         }) == RC_OK;
+}
+
+void XdCreateXdr(XdStream* xd, XdSink* sink) {
+  CreateWriting(xd, sink, XD_TRANSPORT_XDR);
+  ConnectLibrary(xd);
+}
+
+void XdCreatePlain(XdStream* xd, XdSink* sink) {
+  CreateWriting(xd, sink, XD_TRANSPORT_PLAIN);
+}
+
+void XdCreateXdr(XdStream* xd, std::string_view bytes, uint64_t offset) {
+  CreateReading(xd, bytes, offset, XD_TRANSPORT_XDR);
+  ConnectLibrary(xd);
+}
+
+void XdCreatePlain(XdStream* xd, std::string_view bytes, uint64_t offset) {
+  CreateReading(xd, bytes, offset, XD_TRANSPORT_PLAIN);
 }
 
 void XdCreateRelease(XdStream* xd) {
-  Create(xd, nullptr, XD_FREE, XD_TRANSPORT_NONE);
+  xd->direction = XD_FREE;
+  xd->transport = XD_TRANSPORT_NONE;
+  xd->start = xd->next = xd->limit = nullptr;
 }
 
 bool XdDestroy(XdStream* xd) {
   const bool written = xd->direction != XD_ENCODE || Flush(xd);
   // Without a buffer the inline primitives do nothing either.
-  xd->next = xd->limit = BufferStart(xd);
-  xd->left = 0;
+  xd->start = xd->next = xd->limit = nullptr;
   xd->transport = XD_TRANSPORT_NONE;
+  xd->buffer.reset();
   return written;
+}
+
+bool XdFail(XdStream* xd, const char* what) {
+  if (xd->failed == nullptr) {
+    xd->failed = what;
+    xd->failed_at = xd->offset + static_cast<uint64_t>(xd->next - xd->start);
+  }
+  return false;
 }
 
 bool XdMakeRoom(XdStream* xd, size_t bytes) {
@@ -198,7 +238,7 @@ bool XdMakeRoom(XdStream* xd, size_t bytes) {
 bool XdAnyUChar(XdStream* xd, uint8_t* value) {
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
-    case XD_TRANSPORT_XDR: return xdr_u_char(&xd->xdr, value);
+    case XD_TRANSPORT_XDR: return XdrNarrow(xd, value, 1, Fits<uint8_t>);
     case XD_TRANSPORT_PLAIN: return PlainItem(xd, value, 1);
   }
   return false;
@@ -207,7 +247,7 @@ bool XdAnyUChar(XdStream* xd, uint8_t* value) {
 bool XdAnyUShort(XdStream* xd, uint16_t* value) {
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
-    case XD_TRANSPORT_XDR: return xdr_u_short(&xd->xdr, value);
+    case XD_TRANSPORT_XDR: return XdrNarrow(xd, value, 2, Fits<uint16_t>);
     case XD_TRANSPORT_PLAIN: return PlainItem(xd, value, 2);
   }
   return false;
@@ -223,20 +263,27 @@ bool XdAnyULong(XdStream* xd, uint32_t* value) {
 }
 
 bool XdChar(XdStream* xd, int8_t* value) {
+  auto* bits = reinterpret_cast<uint8_t*>(value);
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
     case XD_TRANSPORT_XDR:
+      if (xd->direction == XD_DECODE)
+        return XdrNarrow(xd, bits, 1, Fits<int8_t>);
       return xdr_char(&xd->xdr, reinterpret_cast<char*>(value));
-    case XD_TRANSPORT_PLAIN: return PlainItem(xd, value, 1);
+    case XD_TRANSPORT_PLAIN: return PlainItem(xd, bits, 1);
   }
   return false;
 }
 
 bool XdShort(XdStream* xd, int16_t* value) {
+  auto* bits = reinterpret_cast<uint16_t*>(value);
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
-    case XD_TRANSPORT_XDR: return xdr_short(&xd->xdr, value);
-    case XD_TRANSPORT_PLAIN: return PlainItem(xd, value, 2);
+    case XD_TRANSPORT_XDR:
+      if (xd->direction == XD_DECODE)
+        return XdrNarrow(xd, bits, 2, Fits<int16_t>);
+      return xdr_short(&xd->xdr, value);
+    case XD_TRANSPORT_PLAIN: return PlainItem(xd, bits, 2);
   }
   return false;
 }
@@ -265,16 +312,21 @@ bool XdCharacters(XdStream* xd, char* text, uint32_t length) {
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
     case XD_TRANSPORT_XDR:
-      if (!xdr_string(&xd->xdr, &text, length)) return false;
+      if (!xdr_string(&xd->xdr, &text, length))
+        return XdFail(xd, "a text that is longer than its length");
       break;
     case XD_TRANSPORT_PLAIN:
       if (xd->direction == XD_ENCODE) return PutRaw(xd, text, length);
       if (!TakeRaw(xd, text, length)) return false;
       break;
   }
+  if (xd->direction != XD_DECODE) return true;
   // What was read must be a text of just this length: the XDR encoding carries
   // a length of its own, which may be smaller.
-  return xd->direction != XD_DECODE || strnlen(text, length) == length;
+  if (strnlen(text, length) != length)
+    return XdFail(xd, "a text with a zero byte, or shorter than its length");
+  return xd->transport != XD_TRANSPORT_XDR || FillIsZero(xd, length) ||
+         XdFail(xd, "fill bytes that are not zero");
 }
 
 bool XdString(XdStream* xd, char** text) {
@@ -314,8 +366,7 @@ bool XdText(XdStream* xd, UtArena* arena, const char** text) {
   *text = nullptr;
   if (!TextLength(xd, nullptr, &length)) return false;
   if (length == XdStream::NULL_LENGTH) return true;
-  auto* place = static_cast<char*>(arena->take(size_t{length} + 1));
-  if (place == nullptr) return false;
+  auto* place = arena->take_array<char>(size_t{length} + 1);
   place[length] = '\0';
   if (!XdCharacters(xd, place, length)) return false;
   *text = place;
@@ -332,7 +383,8 @@ bool XdStringBuf(XdStream* xd, char* buffer, uint32_t capacity) {
   }
   if (!XdULong(xd, &length)) return false;
   if (xd->direction == XD_DECODE) {
-    if (buffer == nullptr || length >= capacity) return false;
+    if (buffer == nullptr || length >= capacity)
+      return XdFail(xd, "a name that is too long");
     buffer[length] = '\0';
   }
   return XdCharacters(xd, buffer, length);
@@ -344,19 +396,21 @@ bool XdBytes(XdStream* xd, char** block, uint32_t* length, uint32_t* capacity) {
   if (!XdULong(xd, length)) return false;
   if (*length == 0) return true;
   if (xd->direction == XD_DECODE) {
-    if (*length > XdRemaining(xd)) return false;
+    if (!XdCountFits(xd, *length, 1)) return false;
     if (*block == nullptr) {
       *block = static_cast<char*>(UtAllocBytes(*length));
       if (*block == nullptr) return false;
       *capacity = *length;
     } else if (*length > *capacity) {
-      return false;
+      return XdFail(xd, "a block that is longer than its room");
     }
   }
-  if (xd->transport == XD_TRANSPORT_XDR) {
-    const uint32_t expected = *length;
-    return xdr_bytes(&xd->xdr, block, length, *capacity) && *length == expected;
-  }
-  return xd->direction == XD_ENCODE ? PutRaw(xd, *block, *length)
-                                    : TakeRaw(xd, *block, *length);
+  if (xd->transport == XD_TRANSPORT_PLAIN)
+    return xd->direction == XD_ENCODE ? PutRaw(xd, *block, *length)
+                                      : TakeRaw(xd, *block, *length);
+  const uint32_t expected = *length;
+  if (!xdr_bytes(&xd->xdr, block, length, *capacity) || *length != expected)
+    return XdFail(xd, "a block with two lengths");
+  return xd->direction == XD_ENCODE || FillIsZero(xd, expected) ||
+         XdFail(xd, "fill bytes that are not zero");
 }

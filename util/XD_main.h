@@ -16,18 +16,14 @@
 //   XDR   00 00 00 02 00 00 00 02 61 62 00 00   (its length twice)
 // An empty text is 00 00 00 00 and an absent one FF FF FF FF in both.
 //
-// The library's own stdio stream pays about 190 instructions for a 4-byte item,
-// because each one goes through two calls of the C library. So the stream
-// keeps a buffer of its own, hands whole buffers to the file, and gives the
-// library operations that work on this buffer. Single items use the library's
-// inline macros while the buffer has room.
+// A stream writes into a buffer and hands it, when it is full, to an XdSink: a
+// file (util/xd_header.h) or memory. It reads from memory, where a file has
+// been read whole: what is left of it bounds every count that it claims. The
+// library works on the same memory, through operations of ours; single items
+// use its inline macros while the buffer has room.
 //
-// The caller owns the stream, normally a local of the function that writes or
-// reads the file, and the file. A stream is some 64 KiB large and owns no other
-// memory. Only regular files are read: what is left of them bounds every count
-// that they claim.
-//
-// Primitives and record routines return true for success and print nothing.
+// Primitives and record routines return true for success and print nothing. A
+// stream that reads remembers where and why it failed first.
 #pragma once
 
 #include <rpc/types.h>
@@ -35,8 +31,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "Cutil/ut_arena.h"
 #include "Cutil/ut_memory.h"
@@ -55,43 +51,84 @@ enum XdTransport : int32_t {
   XD_TRANSPORT_PLAIN = 4,
 };
 
+// Takes what a writing stream has put together.
+class XdSink {
+ public:
+  XdSink() = default;
+  XdSink(const XdSink&) = delete;
+  XdSink& operator=(const XdSink&) = delete;
+  virtual ~XdSink() = default;
+  [[nodiscard]] virtual bool write(const uint8_t* bytes, size_t count) = 0;
+};
+
+// A sink that keeps it all.
+class XdMemory : public XdSink {
+ public:
+  // False when memory is exhausted.
+  [[nodiscard]] bool write(const uint8_t* bytes, size_t count) override;
+  std::string_view bytes() const {
+    return {reinterpret_cast<const char*>(bytes_.data()), bytes_.size()};
+  }
+
+ private:
+  UtVector<uint8_t> bytes_;
+};
+
 struct XdStream {
   static constexpr size_t BUFFER_BYTES = size_t{64} * 1024;
   static constexpr uint32_t NULL_LENGTH = 0xFFFFFFFF;  // of an absent text
 
-  XDR xdr;     // the library's handle; used by the XDR transport only
-  FILE* file;  // the caller's
-  XdDirection direction;
-  XdTransport transport;
-  uint8_t maVers;  // version of the file being read
-  uint8_t miVers;
-  uint8_t Sub_vers;
-  uint8_t* next;   // next byte of the buffer to fill or to take
-  uint8_t* limit;  // end of the buffer, or of what was read into it
-  uint64_t left;   // reading: bytes of the file that are not in the buffer yet
-  int32_t buffer[BUFFER_BYTES / sizeof(int32_t)];
+  XdStream() = default;
+  XdStream(const XdStream&) = delete;
+  XdStream& operator=(const XdStream&) = delete;
+
+  XDR xdr = {};  // the library's handle; used by the XDR transport only
+  XdDirection direction = XD_FREE;
+  XdTransport transport = XD_TRANSPORT_NONE;
+  uint8_t maVers = 0;  // version of the file being read
+  uint8_t miVers = 0;
+  uint8_t Sub_vers = 0;
+  uint8_t* next = nullptr;   // next byte to fill or to take
+  uint8_t* limit = nullptr;  // end of the buffer, or of what can be read
+  uint8_t* start = nullptr;  // of the buffer, or of what can be read
+  XdSink* sink = nullptr;    // the caller's
+  UtBlock buffer;
+  uint64_t offset = 0;           // reading: of `start`, in the file
+  const char* failed = nullptr;  // reading: what was wrong first, and the
+  uint64_t failed_at = 0;        // offset in the file where that stands
 };
 
-// Puts a stream over `file`, which stands behind the compiled-file header.
-void XdCreateXdr(XdStream* xd, FILE* file, XdDirection direction);
-void XdCreatePlain(XdStream* xd, FILE* file, XdDirection direction);
+// Puts a writing stream over a sink. Throws bad_alloc.
+void XdCreateXdr(XdStream* xd, XdSink* sink);
+void XdCreatePlain(XdStream* xd, XdSink* sink);
 
-// A stream whose record routines release all that they would write.
+// Puts a reading stream over bytes, which stay the caller's; they begin at
+// `offset` in their file.
+void XdCreateXdr(XdStream* xd, std::string_view bytes, uint64_t offset);
+void XdCreatePlain(XdStream* xd, std::string_view bytes, uint64_t offset);
+
+// A stream whose primitives release what they would read.
 void XdCreateRelease(XdStream* xd);
 
-// Ends the stream and leaves the file open. When writing, hands the rest of the
-// buffer to the file first: false when that fails.
+// Ends the stream. When writing, hands the rest of the buffer to the sink
+// first: false when that fails.
 [[nodiscard]] bool XdDestroy(XdStream* xd);
 
 // Bytes that can still be read. A count of records that are at least n bytes
 // each cannot be larger than this divided by n.
 inline uint64_t XdRemaining(const XdStream* xd) {
-  return static_cast<uint64_t>(xd->limit - xd->next) + xd->left;
+  return static_cast<uint64_t>(xd->limit - xd->next);
 }
 
+// Notes what is wrong with what is being read, unless something was before;
+// returns false.
+[[gnu::cold]] bool XdFail(XdStream* xd, const char* what);
+
 // True when `count` records of at least `bytes` bytes can still follow.
-inline bool XdCountFits(const XdStream* xd, uint64_t count, uint64_t bytes) {
-  return xd->direction != XD_DECODE || count <= XdRemaining(xd) / bytes;
+[[nodiscard]] inline bool XdCountFits(XdStream* xd, uint64_t count,
+                                      uint64_t bytes) {
+  return xd->direction != XD_DECODE || count <= XdRemaining(xd) / bytes ||
+         XdFail(xd, "a count of more than the file holds");
 }
 
 // Scalars ------------------------------------------------------------------
@@ -159,6 +196,16 @@ inline void XdPutWord(XdStream* xd, uint32_t value) {
   return XdULong(xd, reinterpret_cast<uint32_t*>(value));
 }
 
+// A code in 8 bits, which must be below `count`.
+template <class Enum>
+[[nodiscard]] bool XdEnum(XdStream* xd, Enum* value, unsigned count) {
+  auto code = static_cast<uint8_t>(*value);
+  if (!XdUChar(xd, &code)) return false;
+  if (code >= count) return XdFail(xd, "a code that does not exist");
+  *value = static_cast<Enum>(code);
+  return true;
+}
+
 // Ports --------------------------------------------------------------------
 //
 // A record routine that runs millions of times is a template over a port: the
@@ -205,8 +252,8 @@ struct XdFastPort {
   }
 };
 
-// Makes room for `bytes` bytes in the buffer of a writing stream, at most a
-// thousand.
+// Makes room for `bytes` bytes, at most a thousand, in the buffer of a writing
+// stream.
 [[nodiscard]] bool XdMakeRoom(XdStream* xd, size_t bytes);
 
 // Texts and blocks ---------------------------------------------------------

@@ -1,3 +1,5 @@
+// What can fail comes before the first change: an add reserves memory for all
+// that it may need, then places the text by rules that cannot fail.
 #include "util/string_pool.h"
 
 #include <algorithm>
@@ -39,35 +41,26 @@ const char* TextOf(const StringPool* pool, const StringPoolSlot& slot) {
 
 // Index --------------------------------------------------------------------
 
-// The entry of `text`, or the empty one where it belongs.
-StringPool::IndexEntry* EntryOf(StringPool* pool, const char* text,
-                                uint32_t hash) {
-  const size_t mask = pool->index.size() - 1;
-  for (size_t i = hash & mask;; i = (i + 1) & mask) {
-    StringPool::IndexEntry* entry = &pool->index[i];
-    if (entry->number == 0) return entry;
-    if (entry->hash != hash) continue;
-    const StringPoolSlot& slot = pool->slots[entry->number - 1];
-    if (HasText(slot) && strcmp(TextOf(pool, slot), text) == 0) return entry;
-  }
+// The index entry of `text`, or the empty one where it belongs.
+UtNumbered* EntryOf(StringPool* pool, const char* text, uint32_t hash) {
+  return pool->index.slot(hash, [&](const UtNumbered& entry) {
+    if (entry.hash != hash) return false;
+    const StringPoolSlot& slot = pool->slots[entry.number()];
+    return HasText(slot) && strcmp(TextOf(pool, slot), text) == 0;
+  });
 }
 
 // Enters the text of slot `id`, unless another slot of that text is there.
 void EnterText(StringPool* pool, uint32_t id, const char* text, uint32_t hash) {
-  StringPool::IndexEntry* entry = EntryOf(pool, text, hash);
-  if (entry->number != 0) return;
-  *entry = {hash, id + 1};
-  ++pool->indexed;
+  UtNumbered* entry = EntryOf(pool, text, hash);
+  if (entry->empty()) pool->index.fill(entry, UtNumbered(hash, id));
 }
 
-// Builds the index when there is none, or when one more entry would fill more
-// than half of it. May throw bad_alloc, with the index as it was.
+// Makes room for one more entry, and builds the index when there is none. May
+// throw bad_alloc, with the index as it was.
 void MakeIndexRoom(StringPool* pool) {
-  if ((size_t{pool->indexed} + 1) * 2 <= pool->index.size()) return;
-  const size_t size = std::bit_ceil((pool->slots.size() + 8) * 2);
-  UtVector<StringPool::IndexEntry> index(size);
-  pool->index.swap(index);
-  pool->indexed = 0;
+  if (pool->index.has_slots()) return pool->index.make_room();
+  pool->index.make_room(std::bit_ceil((pool->slots.size() + 8) * 2));
   for (uint32_t id = 0; id < SlotCount(pool); ++id) {
     const StringPoolSlot& slot = pool->slots[id];
     if (!HasText(slot)) continue;
@@ -165,17 +158,17 @@ void PlaceText(StringPool* pool, uint32_t id, uint32_t need) {
 int AddText(StringPool* pool, const char* text, uint32_t need, uint32_t* id) {
   uint32_t hash = 0;
   const bool unique = (pool->flags & POOL_UNIQUE) != 0;
-  if (unique || !pool->index.empty()) {
+  if (unique || pool->index.has_slots()) {
     MakeIndexRoom(pool);
     hash = UtHash(text, need - 1);
   }
   if (unique) {
-    const uint32_t number = EntryOf(pool, text, hash)->number;
-    if (number != 0) {
-      uint32_t& references = pool->slots[number - 1].references;
+    const UtNumbered* known = EntryOf(pool, text, hash);
+    if (!known->empty()) {
+      *id = known->number();
+      uint32_t& references = pool->slots[*id].references;
       if ((pool->flags & POOL_KEEP_COUNTS) == 0 && references < UINT32_MAX)
         ++references;
-      *id = number - 1;
       return RC_OK;
     }
   }
@@ -211,7 +204,7 @@ int AddText(StringPool* pool, const char* text, uint32_t need, uint32_t* id) {
     PlaceText(pool, chosen, need);
     memcpy(pool->text.data() + slot.offset, text, need);
   }
-  if (!pool->index.empty()) EnterText(pool, chosen, text, hash);
+  if (pool->index.has_slots()) EnterText(pool, chosen, text, hash);
   *id = chosen;
   return RC_OK;
 }
@@ -238,11 +231,10 @@ int StringPoolAdd(StringPool* pool, const char* text, uint32_t* id) {
 int StringPoolFind(StringPool* pool, const char* text, uint32_t* id) {
   *id = 0;
   return UtGuarded([&] {
-    if (pool->index.empty()) MakeIndexRoom(pool);
-    const uint32_t number =
-        EntryOf(pool, text, UtHash(text, strlen(text)))->number;
-    if (number == 0) return RC_NOT_FOUND;
-    *id = number - 1;
+    if (!pool->index.has_slots()) MakeIndexRoom(pool);
+    const UtNumbered* known = EntryOf(pool, text, UtHash(text, strlen(text)));
+    if (known->empty()) return RC_NOT_FOUND;
+    *id = known->number();
     return RC_OK;
   });
 }
@@ -259,10 +251,21 @@ void StringPoolClear(StringPool* pool) {
   // clear() would keep the memory.
   UtVector<StringPoolSlot>().swap(pool->slots);
   UtVector<char>().swap(pool->text);
-  UtVector<StringPool::IndexEntry>().swap(pool->index);
+  pool->index.clear();
   pool->slot_capacity = pool->text_capacity = 0;
   pool->reuse_start = pool->unused_start = 0;
-  pool->indexed = 0;
+}
+
+void StringPoolTruncate(StringPool* pool, uint32_t count) {
+  if (count >= SlotCount(pool)) return;
+  if (!OwnsTexts(pool)) pool->text.resize(pool->slots[count].offset);
+  for (uint32_t id = count; id < SlotCount(pool); ++id)
+    if (OwnsTexts(pool)) UtFree(&pool->slots[id].own_text);
+  pool->slots.resize(count);
+  pool->unused_start = count;
+  pool->reuse_start = count == 0 ? 0 : count - 1;
+  // The next look-up builds it again.
+  pool->index.clear();
 }
 
 // Record -------------------------------------------------------------------
@@ -279,7 +282,7 @@ bool RecordOwnText(XdStream* xd, StringPoolSlot* slot) {
   }
   if (!XdULong(xd, &length)) return false;
   if (xd->direction == XD_DECODE) {
-    if (length > XdRemaining(xd)) return false;
+    if (!XdCountFits(xd, length, 1)) return false;
     slot->own_text = static_cast<char*>(UtAllocBytes(size_t{length} + 1));
     if (slot->own_text == nullptr) return false;
     slot->own_text[length] = '\0';
@@ -317,7 +320,7 @@ bool RecordBuffer(XdStream* xd, StringPool* pool) {
   if (!XdULong(xd, &pool->text_capacity)) return false;
   if (xd->direction == XD_DECODE) {
     if (used > pool->text_capacity || pool->text_capacity % TEXT_STEP != 0)
-      return false;
+      return XdFail(xd, "a capacity that no string pool has");
     if (!XdCountFits(xd, used, 1)) return false;
     pool->text.resize(used);
   }
@@ -326,18 +329,23 @@ bool RecordBuffer(XdStream* xd, StringPool* pool) {
   char* block = used == 0 ? &none : pool->text.data();
   uint32_t length = used;
   if (!XdBytes(xd, &block, &length, &used)) return false;
-  return xd->direction == XD_ENCODE || (length == used && TextsFit(pool));
+  if (xd->direction == XD_ENCODE) return true;
+  return (length == used && TextsFit(pool)) ||
+         XdFail(xd, "a slot whose text is not in the text buffer");
 }
 
 bool RecordPool(XdStream* xd, StringPool* pool) {
   uint16_t version = RECORD_VERSION;
-  if (!XdUShort(xd, &version) || version != RECORD_VERSION) return false;
+  if (!XdUShort(xd, &version)) return false;
+  if (version != RECORD_VERSION)
+    return XdFail(xd, "a string pool of another version");
   uint32_t count = SlotCount(pool);
   if (!XdULong(xd, &count)) return false;
   uint32_t flags = pool->flags;
   if (!XdULong(xd, &flags)) return false;
   if (xd->direction == XD_DECODE) {
-    if ((flags & ~KNOWN_FLAGS) != 0) return false;
+    if ((flags & ~KNOWN_FLAGS) != 0)
+      return XdFail(xd, "flags that no string pool has");
     if (!XdCountFits(xd, count, sizeof(uint32_t))) return false;
     pool->flags = flags;
     pool->slots.resize(count);
@@ -349,7 +357,8 @@ bool RecordPool(XdStream* xd, StringPool* pool) {
   }
   if (!XdULong(xd, &pool->reuse_start)) return false;
   if (!XdULong(xd, &pool->unused_start)) return false;
-  if (pool->reuse_start > count || pool->unused_start > count) return false;
+  if (pool->reuse_start > count || pool->unused_start > count)
+    return XdFail(xd, "a search start behind the slots");
   return own_texts || RecordBuffer(xd, pool);
 }
 

@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "Cutil/ut_index.h"
 #include "Cutil/ut_memory.h"
 #include "util/XD_main.h"
 
@@ -48,11 +49,6 @@ struct StringPool {
   StringPool& operator=(const StringPool&) = delete;
   ~StringPool();
 
-  struct IndexEntry {
-    uint32_t hash;
-    uint32_t number;  // slot id + 1; 0: empty
-  };
-
   uint32_t flags = 0;
   UtVector<StringPoolSlot> slots;  // ids run from 0 to slots.size() - 1
   uint32_t slot_capacity = 0;      // a multiple of 64; as read: the slot count
@@ -60,8 +56,7 @@ struct StringPool {
   uint32_t unused_start = 0;       // ... and that for one without space
   UtVector<char> text;             // the shared buffer, its used part only
   uint32_t text_capacity = 0;      // a multiple of 5632
-  UtVector<IndexEntry> index;      // size 0 (not built) or a power of two
-  uint32_t indexed = 0;            // entries of the index, at most half of it
+  UtIndex<UtNumbered> index;       // of the texts, by slot id
 };
 
 // Makes the pool empty, with `flags`.
@@ -83,6 +78,9 @@ const char* StringPoolText(const StringPool* pool, uint32_t id);
 
 // Makes the pool empty; its flags stay.
 void StringPoolClear(StringPool* pool);
+
+// Takes a pool that was only ever appended to back to its first `count` slots.
+void StringPoolTruncate(StringPool* pool, uint32_t count);
 
 // Record of the pool:
 //

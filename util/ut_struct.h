@@ -28,10 +28,10 @@ class UtStruct {
   UtStruct& operator=(const UtStruct&) = delete;
   ~UtStruct() { release(); }
 
-  // A free record, or 0 when memory or the numbers are exhausted.
+  // A free record. Throws bad_alloc, also when the numbers are exhausted.
   [[nodiscard]] UtRecord take() {
     if (free_ != 0) return take_returned();
-    if (used_ >= capacity_ && !grow()) return 0;
+    if (used_ >= capacity_) grow();
     return used_++;
   }
 
@@ -74,16 +74,15 @@ class UtStruct {
 
   // Adds blocks: half as many again as there are, so that all growth together
   // moves each record a bounded number of times.
-  [[gnu::noinline, gnu::cold]] bool grow() {
+  [[gnu::noinline, gnu::cold]] void grow() {
     const uint64_t blocks = capacity_ / BLOCK_RECORDS;
     const uint64_t wanted = (blocks + blocks / 2 + 1) * BLOCK_RECORDS;
-    if (wanted > UINT32_MAX) return false;
     void* block = records_;
-    if (UtResize(&block, wanted, sizeof(Record), true, 0) != RC_OK)
-      return false;
+    if (wanted > UINT32_MAX ||
+        UtResize(&block, wanted, sizeof(Record), true, 0) != RC_OK)
+      throw std::bad_alloc();
     records_ = static_cast<Record*>(block);
     capacity_ = static_cast<uint32_t>(wanted);
-    return true;
   }
 
   Record* records_ = nullptr;

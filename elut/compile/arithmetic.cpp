@@ -5,20 +5,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <utility>
 
 #include "Cutil/codes.h"
+#include "elut/syntax/scanner.h"
 
 namespace {
-
-constexpr size_t LONGEST_REPEATED_TEXT = size_t{512} << 20;
-
-struct MathState {
-  int code = RC_OK;
-} state;
 
 // An INTEGER as bits, whose arithmetic wraps.
 uint32_t Bits(const McValue& value) {
@@ -29,32 +23,27 @@ McValue Wrapped(uint32_t bits) {
   return McValueInteger(static_cast<int32_t>(bits));
 }
 
-McValue Point(double x, double y, double z) {
-  McValue value = McValueNone();
-  value.type = McValueType::POINT;
-  value.point = {x, y, z};
-  return value;
-}
-
-McValue NearestInteger(double real) {
+McValue NearestInteger(McMath* math, double real) {
   // Not a number: what the conversion instruction of the machine yields.
   if (std::isnan(real)) return McValueInteger(INT32_MIN);
   double nearest = std::floor(real + 0.5);
   if (nearest > INT32_MAX)
-    nearest = McMathError(McMathFault::OVERFLOW, McMathSubject::INTEGER, real);
+    nearest =
+        McMathError(math, McMathFault::OVERFLOW, McMathSubject::INTEGER, real);
   if (nearest < INT32_MIN)
-    nearest = McMathError(McMathFault::UNDERFLOW, McMathSubject::INTEGER, real);
+    nearest =
+        McMathError(math, McMathFault::UNDERFLOW, McMathSubject::INTEGER, real);
   return McValueInteger(static_cast<int32_t>(nearest));
 }
 
 }  // namespace
 
-int McValueConvert(McValueType type, McValue* value) {
-  McMathReset();
+int McValueConvert(McMath* math, McValueType type, McValue* value) {
+  math->code = RC_OK;
   if (value->type == type) return RC_OK;
   if (value->type == McValueType::REAL && type == McValueType::INTEGER) {
-    *value = NearestInteger(value->real);
-    return state.code;
+    *value = NearestInteger(math, value->real);
+    return math->code;
   }
   if (value->type == McValueType::INTEGER && type == McValueType::REAL) {
     *value = McValueReal(value->integer);
@@ -96,6 +85,7 @@ Pairing PairingOf(McValueType left, McValueType right) {
 }
 
 struct Operation {
+  McMath* math;
   McValue* left;
   McValue* right;
   Pairing pairing;
@@ -122,11 +112,13 @@ McValue Concatenated(Operation* on) {
   const char* tail = UtTextChars(&on->right->text);
   UtTextTrackLength(text, true);
   const size_t length = size_t{text->length} + strlen(tail);
-  if (length >= text->capacity)
+  if (length > MC_LONGEST_TEXT)
+    on->code = RC_NO_MEMORY;
+  else if (length >= text->capacity)
     on->code = UtTextReserve(text, length + length / 2);
   if (on->code == RC_OK) on->code = UtTextAppend(text, tail);
-  if (on->code != RC_OK) return McValueNone();
-  return std::exchange(*on->left, McValueNone());
+  if (on->code != RC_OK) return McValue();
+  return std::move(*on->left);
 }
 
 McValue Add(Operation* on) {
@@ -136,12 +128,13 @@ McValue Add(Operation* on) {
     case Pairing::NUMBER_POINT:
     case Pairing::POINT_NUMBER:
     case Pairing::POINTS:
-      return Point(on->p.x + on->q.x, on->p.y + on->q.y, on->p.z + on->q.z);
+      return McValuePoint(on->p.x + on->q.x, on->p.y + on->q.y,
+                          on->p.z + on->q.z);
     case Pairing::TEXTS: return Concatenated(on);
     case Pairing::TEXT_INTEGER:
     case Pairing::NONE: break;
   }
-  return McValueNone();
+  return McValue();
 }
 
 McValue Subtract(const Operation& on) {
@@ -151,32 +144,34 @@ McValue Subtract(const Operation& on) {
     case Pairing::NUMBER_POINT:
     case Pairing::POINT_NUMBER:
     case Pairing::POINTS:
-      return Point(on.p.x - on.q.x, on.p.y - on.q.y, on.p.z - on.q.z);
+      return McValuePoint(on.p.x - on.q.x, on.p.y - on.q.y, on.p.z - on.q.z);
     case Pairing::TEXTS:
     case Pairing::TEXT_INTEGER:
     case Pairing::NONE: break;
   }
-  return McValueNone();
+  return McValue();
 }
 
-double DivisionFault(double dividend) {
-  return McMathError(McMathFault::DOMAIN, McMathSubject::DIVISION, dividend);
+double DivisionFault(const Operation& on) {
+  return McMathError(on.math, McMathFault::DOMAIN, McMathSubject::DIVISION,
+                     on.a);
 }
 
 McValue CrossProduct(const McPoint& p, const McPoint& q) {
-  return Point(p.y * q.z - p.z * q.y, p.z * q.x - p.x * q.z,
-               p.x * q.y - p.y * q.x);
+  return McValuePoint(p.y * q.z - p.z * q.y, p.z * q.x - p.x * q.z,
+                      p.x * q.y - p.y * q.x);
 }
 
 McValue Divide(const Operation& on) {
   switch (on.pairing) {
     case Pairing::INTEGERS:
     case Pairing::NUMBERS:
-      return McValueReal(on.b == 0 ? DivisionFault(on.a) : on.a / on.b);
+      return McValueReal(on.b == 0 ? DivisionFault(on) : on.a / on.b);
     case Pairing::POINT_NUMBER: {
-      if (on.b != 0) return Point(on.p.x / on.b, on.p.y / on.b, on.p.z / on.b);
-      const double replacement = DivisionFault(on.p.x);
-      return Point(replacement, replacement, replacement);
+      if (on.b != 0)
+        return McValuePoint(on.p.x / on.b, on.p.y / on.b, on.p.z / on.b);
+      const double replacement = DivisionFault(on);
+      return McValuePoint(replacement, replacement, replacement);
     }
     case Pairing::POINTS: return CrossProduct(on.p, on.q);
     case Pairing::NUMBER_POINT:
@@ -184,7 +179,7 @@ McValue Divide(const Operation& on) {
     case Pairing::TEXT_INTEGER:
     case Pairing::NONE: break;
   }
-  return McValueNone();
+  return McValue();
 }
 
 McValue Repeated(Operation* on) {
@@ -192,11 +187,10 @@ McValue Repeated(Operation* on) {
   const size_t length = UtTextLength(&piece);
   const size_t times = static_cast<size_t>(std::max(on->right->integer, 0));
   const size_t wanted = length * times;
-  McValue result = McValueNone();
+  McValue result;
   UtText text;
-  UtTextInit(&text);
-  on->code = wanted > LONGEST_REPEATED_TEXT ? RC_NO_MEMORY
-                                            : UtTextReserve(&text, wanted);
+  on->code =
+      wanted > MC_LONGEST_TEXT ? RC_NO_MEMORY : UtTextReserve(&text, wanted);
   if (on->code != RC_OK) return result;
   // What is there already is copied behind itself, doubling it each time.
   memcpy(text.text, UtTextChars(&piece), std::min(length, wanted));
@@ -204,7 +198,7 @@ McValue Repeated(Operation* on) {
     memcpy(text.text + done, text.text, std::min(done, wanted - done));
   text.text[wanted] = '\0';
   result.type = McValueType::STRING;
-  result.text = text;
+  result.text = std::move(text);
   return result;
 }
 
@@ -215,20 +209,21 @@ McValue Multiply(Operation* on) {
     case Pairing::INTEGERS: return Wrapped(Bits(*on->left) * Bits(*on->right));
     case Pairing::NUMBERS: return McValueReal(on->a * on->b);
     case Pairing::NUMBER_POINT:
-    case Pairing::POINT_NUMBER: return Point(p.x * q.x, p.y * q.y, p.z * q.z);
+    case Pairing::POINT_NUMBER:
+      return McValuePoint(p.x * q.x, p.y * q.y, p.z * q.z);
     case Pairing::POINTS: return McValueReal(p.x * q.x + p.y * q.y + p.z * q.z);
     case Pairing::TEXT_INTEGER: return Repeated(on);
     case Pairing::TEXTS:
     case Pairing::NONE: break;
   }
-  return McValueNone();
+  return McValue();
 }
 
 McValue Power(const Operation& on) {
   if (on.pairing == Pairing::INTEGERS)
-    return NearestInteger(std::pow(on.a, on.b));
+    return NearestInteger(on.math, std::pow(on.a, on.b));
   if (on.pairing == Pairing::NUMBERS) return McValueReal(std::pow(on.a, on.b));
-  return McValueNone();
+  return McValue();
 }
 
 // The quotient of the most negative INTEGER by -1 is none.
@@ -238,20 +233,19 @@ bool HasQuotient(int32_t dividend, int32_t divisor) {
 
 McValue Modulo(const Operation& on) {
   if (on.pairing == Pairing::NUMBERS) return McValueReal(std::fmod(on.a, on.b));
-  if (on.pairing != Pairing::INTEGERS) return McValueNone();
+  if (on.pairing != Pairing::INTEGERS) return McValue();
   if (HasQuotient(on.left->integer, on.right->integer))
     return McValueInteger(on.left->integer % on.right->integer);
-  return McValueInteger(static_cast<int32_t>(DivisionFault(on.a)));
+  return McValueInteger(static_cast<int32_t>(DivisionFault(on)));
 }
 
 McValue WholeQuotient(const Operation& on) {
   if (on.pairing == Pairing::NUMBERS)
-    return McValueReal(on.b == 0 ? DivisionFault(on.a)
-                                 : std::floor(on.a / on.b));
-  if (on.pairing != Pairing::INTEGERS) return McValueNone();
+    return McValueReal(on.b == 0 ? DivisionFault(on) : std::floor(on.a / on.b));
+  if (on.pairing != Pairing::INTEGERS) return McValue();
   if (HasQuotient(on.left->integer, on.right->integer))
     return McValueInteger(on.left->integer / on.right->integer);
-  return McValueInteger(static_cast<int32_t>(DivisionFault(on.a)));
+  return McValueInteger(static_cast<int32_t>(DivisionFault(on)));
 }
 
 int CompareTexts(const Operation& on) {
@@ -280,7 +274,7 @@ McValue Equality(const Operation& on, bool wanted) {
     case Pairing::TEXT_INTEGER:
     case Pairing::NONE: break;
   }
-  return McValueNone();
+  return McValue();
 }
 
 template <class Holds>
@@ -289,7 +283,7 @@ McValue Order(const Operation& on, Holds holds) {
     return McValueInteger(holds(CompareTexts(on), 0));
   if (on.pairing == Pairing::INTEGERS || on.pairing == Pairing::NUMBERS)
     return McValueInteger(holds(on.a, on.b));
-  return McValueNone();
+  return McValue();
 }
 
 McValue Apply(uint8_t op, Operation* on) {
@@ -311,14 +305,16 @@ McValue Apply(uint8_t op, Operation* on) {
     case MC_OR:
     case MC_RANGE: break;
   }
-  return McValueNone();
+  return McValue();
 }
 
 }  // namespace
 
-int McValueBinary(uint8_t op, McValue* left, McValue* right, McValue* result) {
-  McMathReset();
+int McValueBinary(McMath* math, uint8_t op, McValue* left, McValue* right,
+                  McValue* result) {
+  math->code = RC_OK;
   Operation on = {
+      .math = math,
       .left = left,
       .right = right,
       .pairing = PairingOf(left->type, right->type),
@@ -328,7 +324,7 @@ int McValueBinary(uint8_t op, McValue* left, McValue* right, McValue* result) {
       .q = PointOf(*right),
   };
   *result = Apply(op, &on);
-  if (state.code != RC_OK) return state.code;
+  if (math->code != RC_OK) return math->code;
   if (on.code != RC_OK) return on.code;
   return result->type == McValueType::VOID ? RC_BAD_OPERATOR : RC_OK;
 }
@@ -345,7 +341,7 @@ void Negate(McValue* value) {
                    value->text.text + UtTextLength(&value->text));
       break;
     case McValueType::POINT:
-      *value = Point(-value->point.x, -value->point.y, -value->point.z);
+      *value = McValuePoint(-value->point.x, -value->point.y, -value->point.z);
       break;
     case McValueType::VOID: break;
   }
@@ -407,23 +403,16 @@ constexpr const char* SUBJECT_NAMES[] = {"INTEGER", "DIVISION",
 
 }  // namespace
 
-double McMathError(McMathFault fault, McMathSubject subject, double value) {
+double McMathError(McMath* math, McMathFault fault, McMathSubject subject,
+                   double value) {
   for (const Fault& row : FAULTS) {
     if (row.fault != fault) continue;
-    fprintf(stderr, "%s: %s ERROR\n",
-            SUBJECT_NAMES[static_cast<unsigned>(subject)], row.name);
-    state.code = row.code;
+    McReportText(math->reports, McReportKind::ARITHMETIC, "%s: %s ERROR\n",
+                 SUBJECT_NAMES[static_cast<unsigned>(subject)], row.name);
+    math->code = row.code;
   }
   if (subject == McMathSubject::DIVISION) return 0;
   if (subject != McMathSubject::INTEGER) return value;
   if (fault == McMathFault::OVERFLOW) return INT32_MAX;
   return fault == McMathFault::UNDERFLOW ? INT32_MIN : value;
-}
-
-int McMathErrorCode() {
-  return state.code;
-}
-
-void McMathReset() {
-  state = {};
 }

@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "Cutil/codes.h"
-#include "elut/compile/arithmetic.h"
 
 namespace {
 
@@ -20,7 +19,7 @@ int Abs(McValue* arguments, McValue* result) {
   } else if (value.type == McValueType::REAL) {
     *result = McValueReal(std::fabs(value.real));
   } else {
-    *result = value;
+    *result = McValueInteger(value.integer);
     if (value.integer < 0) return McValueUnary(MC_NEGATE, result);
   }
   return RC_OK;
@@ -110,7 +109,7 @@ int FitType(bool fits) {
   return fits ? RC_OK : RC_BAD_ARGUMENT;
 }
 
-int FitArgument(char wanted, McValue* argument) {
+int FitArgument(McMath* math, char wanted, McValue* argument) {
   const McValueType type = argument->type;
   const bool integer = type == McValueType::INTEGER;
   const bool real = type == McValueType::REAL;
@@ -122,21 +121,22 @@ int FitArgument(char wanted, McValue* argument) {
     case 'N': return FitType(integer || real);
     case 'M': return FitType(integer || real || type == McValueType::POINT);
     case 'S':
-    case 's': return McValueConvert(McValueType::STRING, argument);
-    case 'i': return McValueConvert(McValueType::INTEGER, argument);
-    case 'r': return McValueConvert(McValueType::REAL, argument);
+    case 's': return McValueConvert(math, McValueType::STRING, argument);
+    case 'i': return McValueConvert(math, McValueType::INTEGER, argument);
+    case 'r': return McValueConvert(math, McValueType::REAL, argument);
   }
   return RC_BAD_STORAGE;
 }
 
 }  // namespace
 
-int McFuncArguments(const char* signature, uint32_t count, McValue* arguments) {
+int McFuncArguments(McMath* math, const char* signature, uint32_t count,
+                    McValue* arguments) {
   const char* wanted = signature;
   uint32_t fitted = 0;
   bool optional = false;
   for (; *wanted != '\0' && fitted < count; wanted++, fitted++) {
-    const int code = FitArgument(*wanted, &arguments[fitted]);
+    const int code = FitArgument(math, *wanted, &arguments[fitted]);
     if (code != RC_OK) return code;
     optional |= *wanted == '.';
   }
@@ -144,12 +144,12 @@ int McFuncArguments(const char* signature, uint32_t count, McValue* arguments) {
   return FitType(*wanted == '\0' || *wanted == '.' || optional);
 }
 
-int McFuncCall(unsigned function, uint32_t count, McValue* arguments,
-               McValue* result) {
-  *result = McValueNone();
+int McFuncCall(McMath* math, unsigned function, uint32_t count,
+               McValue* arguments, McValue* result) {
+  *result = McValue();
   if (function >= MC_BUILTIN_COUNT) return RC_BAD_FUNCTION;
   const Builtin& builtin = BUILTINS[function];
   if (builtin.function == nullptr) return RC_BAD_FUNCTION;
-  const int code = McFuncArguments(builtin.signature, count, arguments);
+  const int code = McFuncArguments(math, builtin.signature, count, arguments);
   return code == RC_OK ? builtin.function(arguments, result) : code;
 }

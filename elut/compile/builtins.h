@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "elut/compile/arithmetic.h"
 #include "elut/model/value.h"
 
 enum McBuiltin : uint16_t {
@@ -31,13 +32,13 @@ static_assert(MC_BUILTIN_COUNT == 43);
 // converts those that it asks to be converted. Returns 0; RC_BAD_ARGUMENT for
 // a wrong type or count; the code of a failed conversion; or RC_BAD_STORAGE
 // for a character that no signature has.
-[[nodiscard]] int McFuncArguments(const char* signature, uint32_t count,
-                                  McValue* arguments);
+[[nodiscard]] int McFuncArguments(McMath* math, const char* signature,
+                                  uint32_t count, McValue* arguments);
 
 // Calls built-in number `function`. The arguments stay the caller's; some may
 // have been converted. Returns 0, or a code with VOID as the result:
 // RC_BAD_FUNCTION when the compiler has no such function, those of
 // McFuncArguments, RC_BAD_ARGUMENT for a text that is no number,
 // RC_MATH_LIBRARY, or RC_NO_MEMORY.
-[[nodiscard]] int McFuncCall(unsigned function, uint32_t count,
+[[nodiscard]] int McFuncCall(McMath* math, unsigned function, uint32_t count,
                              McValue* arguments, McValue* result);

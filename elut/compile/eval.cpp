@@ -5,35 +5,14 @@
 #include "elut/compile/eval.h"
 
 #include "Cutil/codes.h"
-#include "Cutil/ut_memory.h"
-#include "elut/compile/arithmetic.h"
 #include "elut/compile/builtins.h"
-#include "services/channels.h"
-#include "trt/catalog.h"
 
 namespace {
 
-struct EvalState {
-  const McProgram* program = nullptr;  // of the innermost evaluation
-  bool call_failure_reported = false;  // once per process
-} state;
-
-void ReportFailedCall(int code) {
-  if (state.call_failure_reported) return;
-  state.call_failure_reported = true;
-  const char* name = state.program->name;
-  ChannelPrint(1, "%s%sFehler bei Funktionsaufruf: %d\n",
-               name == nullptr ? "" : name, name == nullptr ? "" : ": ", code);
-}
-
 class Evaluation {
  public:
-  explicit Evaluation(const McProgram& program) : program_(program) {}
-  Evaluation(const Evaluation&) = delete;
-  Evaluation& operator=(const Evaluation&) = delete;
-  ~Evaluation() {
-    for (McValue& value : values_) McValueRelease(&value);
-  }
+  explicit Evaluation(McFront* front)
+      : front_(front), program_(*front->compile.program) {}
 
   int run(McNodeRef expression, McValue* result) {
     plan(Action::EVALUATE, expression);
@@ -43,8 +22,7 @@ class Evaluation {
       const int code = perform(step);
       if (code != RC_OK) return code;
     }
-    *result = values_.back();
-    values_.pop_back();
+    *result = std::move(values_.back());
     return RC_OK;
   }
 
@@ -133,12 +111,13 @@ class Evaluation {
 
   int constant(uint32_t index) {
     const McConstant& constant = program_.constants[index];
-    values_.push_back(McValueNone());
-    McValue* value = &values_.back();
-    if (constant.type == McValueType::STRING)
-      return McValueString(value, CatalogExpandReference(constant.text));
-    *value = McValueReal(constant.real);
-    return RC_OK;
+    if (constant.type == McValueType::REAL) {
+      values_.push_back(McValueReal(constant.real));
+      return RC_OK;
+    }
+    values_.emplace_back();
+    return McValueString(&values_.back(),
+                         front_->run->catalogs.expand_reference(constant.text));
   }
 
   McNodeRef right_of(McNodeRef operation) const {
@@ -159,14 +138,11 @@ class Evaluation {
   }
 
   int combine(McNodeRef ref) {
-    McValue right = values_.back();
+    McValue right = std::move(values_.back());
     values_.pop_back();
-    McValue left = values_.back();
-    const int code =
-        McValueBinary(program_.nodes[ref].op, &left, &right, &values_.back());
-    McValueRelease(&left);
-    McValueRelease(&right);
-    return code;
+    McValue left = std::move(values_.back());
+    return McValueBinary(&front_->math, program_.nodes[ref].op, &left, &right,
+                         &values_.back());
   }
 
   int decide(McNodeRef ref) {
@@ -184,7 +160,6 @@ class Evaluation {
   int take_truth() {
     int32_t truth;
     if (McValueTruth(values_.back(), &truth) != RC_OK) return RC_NO_TRUTH;
-    McValueRelease(&values_.back());
     values_.back() = McValueInteger(truth);
     return RC_OK;
   }
@@ -198,20 +173,26 @@ class Evaluation {
 
   int call(McNodeRef ref, uint32_t first) {
     const uint32_t count = static_cast<uint32_t>(values_.size()) - first;
-    values_.push_back(McValueNone());  // the result, behind the arguments
-    McValue* arguments = values_.data() + first;
-    const int code = McFuncCall(program_.nodes[ref].index, count, arguments,
-                                &values_.back());
+    McValue result;
+    const int code = McFuncCall(&front_->math, program_.nodes[ref].index, count,
+                                values_.data() + first, &result);
     if (code != RC_OK) {
-      ReportFailedCall(code);
+      report_failed_call(code);
       return code;
     }
-    const McValue result = values_.back();
-    values_.pop_back();
-    for (uint32_t i = 0; i < count; i++) McValueRelease(&arguments[i]);
-    values_.resize(first);
-    values_.push_back(result);
+    while (values_.size() > first) values_.pop_back();
+    values_.push_back(std::move(result));
     return RC_OK;
+  }
+
+  void report_failed_call(int code) {
+    if (front_->run->call_failure_reported) return;
+    front_->run->call_failure_reported = true;
+    const char* name = program_.name;
+    McReportText(front_->scanner.sink, McReportKind::FAILED_CALL,
+                 "%s%sFehler bei Funktionsaufruf: %d\n",
+                 name == nullptr ? "" : name, name == nullptr ? "" : ": ",
+                 code);
   }
 
   // There is no table in which the variable behind the subscripts could be
@@ -225,6 +206,7 @@ class Evaluation {
     return RC_OK;
   }
 
+  McFront* front_;
   const McProgram& program_;
   UtVector<Step> steps_;
   UtVector<McValue> values_;
@@ -232,21 +214,7 @@ class Evaluation {
 
 }  // namespace
 
-int McEvalConst(McProgram* program, McNodeRef expression, McValue* result) {
-  const McProgram* outer = state.program;
-  state.program = program;
-  const int code = McEvalNode(expression, result);
-  state.program = outer;
-  return code;
-}
-
-int McEvalNode(McNodeRef node, McValue* result) {
-  *result = McValueNone();
-  if (state.program == nullptr) return RC_NO_EXPRESSION;
-  Evaluation evaluation(*state.program);
-  return UtGuarded([&] { return evaluation.run(node, result); });
-}
-
-void McEvalReset() {
-  state = {};
+int McEvalConst(McFront* front, McNodeRef expression, McValue* result) {
+  *result = McValue();
+  return Evaluation(front).run(expression, result);
 }

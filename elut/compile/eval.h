@@ -7,21 +7,13 @@
 // no native stack for a deep expression, only memory.
 #pragma once
 
-#include "elut/model/node.h"
-#include "elut/model/program.h"
-#include "elut/model/value.h"
+#include "elut/compile/front.h"
 
-// Evaluates an expression of `program`. The caller owns the result. Returns 0,
-// or a code with VOID as the result: RC_NO_EXPRESSION when there is no node,
-// also for an operand; RC_NOT_EVALUABLE for a node that has no value at
-// compile time; RC_NO_TRUTH for an operand of AND or OR; RC_NO_MEMORY; and
+// Evaluates an expression of the current program. The caller owns the result.
+// Returns 0, or a code with VOID as the result: RC_NO_EXPRESSION when there is
+// no node, also for an operand; RC_NOT_EVALUABLE for a node that has no value
+// at compile time; RC_NO_TRUTH for an operand of AND or OR; RC_NO_MEMORY; and
 // those of operators and of built-in functions. The first failure of a
-// built-in call in a process is also reported on channel 1.
-[[nodiscard]] int McEvalConst(McProgram* program, McNodeRef expression,
+// built-in call in a run is also reported. Throws bad_alloc.
+[[nodiscard]] int McEvalConst(McFront* front, McNodeRef expression,
                               McValue* result);
-
-// The same for a node of the program whose evaluation is under way.
-[[nodiscard]] int McEvalNode(McNodeRef node, McValue* result);
-
-// As if no evaluation had happened in this process.
-void McEvalReset();

@@ -1,3 +1,4 @@
+// A node is filled in one step when all that hangs in it is known.
 #include "elut/compile/node_build.h"
 
 #include <cstring>
@@ -7,60 +8,61 @@
 
 namespace {
 
-McNode& Node(McNodeRef node) {
-  return mc_compile.program->nodes[node];
+McNode& Node(McFront* front, McNodeRef node) {
+  return front->compile.program->nodes[node];
 }
 
-bool HasSibling(McNodeRef node) {
-  return node != 0 && Node(node).sibling != 0;
+bool HasSibling(McFront* front, McNodeRef node) {
+  return node != 0 && Node(front, node).sibling != 0;
 }
 
 // Takes a node and gives it its kind, its children and its payload. None
 // without a program, or when there is no node to be had.
-inline McNodeRef Make(McNodeKind kind, McNodeRef children, uint32_t payload) {
-  if (mc_compile.program == nullptr) return 0;
-  const McNodeRef made = mc_compile.program->nodes.take();
-  if (made == 0) return 0;
+inline McNodeRef Make(McFront* front, McNodeKind kind, McNodeRef children,
+                      uint32_t payload) {
+  if (front->compile.program == nullptr) return 0;
+  const McNodeRef made = front->compile.program->nodes.take();
   McNode node;
   node.kind = kind;
   node.child = children;
   node.sibling = 0;
   node.number = payload;
-  Node(made) = node;
+  Node(front, made) = node;
   return made;
 }
 
 // Makes a leaf.
-inline int MakeLeaf(McNodeKind kind, uint32_t payload, McNodeRef* out) {
-  *out = Make(kind, 0, payload);
+inline int MakeLeaf(McFront* front, McNodeKind kind, uint32_t payload,
+                    McNodeRef* out) {
+  *out = Make(front, kind, 0, payload);
   return *out == 0 ? RC_NO_NODE : RC_OK;
 }
 
 // Makes a node over a list of children, or releases them.
-inline int MakeOver(McNodeKind kind, uint32_t payload, McNodeRef* out,
-                    McNodeRef children) {
-  *out = Make(kind, children, payload);
+inline int MakeOver(McFront* front, McNodeKind kind, uint32_t payload,
+                    McNodeRef* out, McNodeRef children) {
+  *out = Make(front, kind, children, payload);
   if (*out != 0) return RC_OK;
-  McTreeFree(&children);
+  McTreeFree(front, &children);
   return RC_NO_NODE;
 }
 
 // Makes a node over an operand and the list of what follows it, or releases
 // both. An operand that is none ends the children: the rest is released.
-inline int MakeOverTwo(McNodeKind kind, uint32_t payload, McNodeRef* out,
-                       McNodeRef first, McNodeRef rest) {
+inline int MakeOverTwo(McFront* front, McNodeKind kind, uint32_t payload,
+                       McNodeRef* out, McNodeRef first, McNodeRef rest) {
   *out = 0;
   int code = RC_OPERAND_LINKED;
-  if (!HasSibling(first)) {
-    *out = Make(kind, first, payload);
+  if (!HasSibling(front, first)) {
+    *out = Make(front, kind, first, payload);
     code = *out == 0 ? RC_NO_NODE : RC_OK;
   }
   if (code == RC_OK && first != 0) {
-    Node(first).sibling = rest;
+    Node(front, first).sibling = rest;
     return RC_OK;
   }
-  McTreeFree(&rest);
-  if (code != RC_OK) McTreeFree(&first);
+  McTreeFree(front, &rest);
+  if (code != RC_OK) McTreeFree(front, &first);
   return code;
 }
 
@@ -72,9 +74,9 @@ uint32_t VariablePayload(McScope scope, uint16_t index) {
 }
 
 // A variable that has members, or the code that says why it has not.
-int MemberVariable(McNodeRef reference) {
-  const McNode& node = Node(reference);
-  const McVarTable* table = McScopeTable(node.variable.scope);
+int MemberVariable(McFront* front, McNodeRef reference) {
+  const McNode& node = Node(front, reference);
+  const McVarTable* table = McScopeTable(front, node.variable.scope);
   if (table == nullptr || node.variable.index >= table->entries.size())
     return RC_INVALID;
   const McVar& variable = table->entries[node.variable.index];
@@ -93,17 +95,17 @@ int MemberVariable(McNodeRef reference) {
 
 }  // namespace
 
-McNodeRef McNodeNew() {
-  return Make(McNodeKind::EMPTY, 0, 0);
+McNodeRef McNodeNew(McFront* front) {
+  return Make(front, McNodeKind::EMPTY, 0, 0);
 }
 
 // Works off a list of what is to be released; the children of a node are put in
 // front of it, so that nothing is left on the native stack.
-void McTreeFree(McNodeRef* slot) {
+void McTreeFree(McFront* front, McNodeRef* slot) {
   McNodeRef node = *slot;
   *slot = 0;
-  if (mc_compile.program == nullptr) return;
-  McNodePool& nodes = mc_compile.program->nodes;
+  if (front->compile.program == nullptr) return;
+  McNodePool& nodes = front->compile.program->nodes;
   while (node != 0) {
     McNodeRef next = nodes[node].sibling;
     const McNodeRef child = nodes[node].child;
@@ -118,189 +120,203 @@ void McTreeFree(McNodeRef* slot) {
   }
 }
 
-void McNodeAppendSibling(McNodeList* list, McNodeRef node) {
+void McNodeAppendSibling(McFront* front, McNodeList* list, McNodeRef node) {
   if (node == 0) return;
   if (list->first == 0)
     list->first = node;
   else
-    Node(list->last).sibling = node;
+    Node(front, list->last).sibling = node;
   list->last = node;
 }
 
-void McNodeAppendChild(McNodeRef parent, McNodeRef* last, McNodeRef node) {
+void McNodeAppendChild(McFront* front, McNodeRef parent, McNodeRef* last,
+                       McNodeRef node) {
   if (node == 0) return;
   if (*last == 0)
-    Node(parent).child = node;
+    Node(front, parent).child = node;
   else
-    Node(*last).sibling = node;
+    Node(front, *last).sibling = node;
   *last = node;
 }
 
-int McNodeVar(McName* name, McNodeRef* out, McNodeRef subscripts) {
+int McNodeVar(McFront* front, McName* name, McNodeRef* out,
+              McNodeRef subscripts) {
   McScope scope;
   uint16_t index;
-  const int code = McVarFind(name, &scope, &index);
+  const int code = McVarFind(front, name, &scope, &index);
   if (code == RC_OK)
-    return MakeOver(McNodeKind::VAR, VariablePayload(scope, index), out,
+    return MakeOver(front, McNodeKind::VAR, VariablePayload(scope, index), out,
                     subscripts);
   *out = 0;
-  McTreeFree(&subscripts);
+  McTreeFree(front, &subscripts);
   return code;
 }
 
-int McNodeRefVar(McName* name, McNodeRef* out) {
-  const int code = McNodeVar(name, out, 0);
-  if (code == RC_OK) Node(*out).kind = McNodeKind::REFVAR;
+int McNodeRefVar(McFront* front, McName* name, McNodeRef* out) {
+  const int code = McNodeVar(front, name, out, 0);
+  if (code == RC_OK) Node(front, *out).kind = McNodeKind::REFVAR;
   return code;
 }
 
-int McNodeInt(McNodeRef* out, int32_t value) {
-  return MakeLeaf(McNodeKind::INT, static_cast<uint32_t>(value), out);
+int McNodeInt(McFront* front, McNodeRef* out, int32_t value) {
+  return MakeLeaf(front, McNodeKind::INT, static_cast<uint32_t>(value), out);
 }
 
-int McNodeReal(McNodeRef* out, double value) {
+int McNodeReal(McFront* front, McNodeRef* out, double value) {
   *out = 0;
-  if (mc_compile.program == nullptr) return RC_NO_NODE;
-  uint32_t index;
-  const int code = mc_compile.program->constants.add_real(value, &index);
-  return code != RC_OK ? code : MakeLeaf(McNodeKind::REAL, index, out);
+  if (front->compile.program == nullptr) return RC_NO_NODE;
+  return MakeLeaf(front, McNodeKind::REAL,
+                  front->compile.program->constants.add_real(value), out);
 }
 
-int McNodeString(McNodeRef* out, const char* text, uint32_t length) {
+int McNodeString(McFront* front, McNodeRef* out, const char* text,
+                 uint32_t length) {
   *out = 0;
-  if (mc_compile.program == nullptr) return RC_NO_NODE;
-  uint32_t index;
-  const int code = mc_compile.program->constants.add_string(
-      &mc_compile.program->arena, text, length, &index);
-  return code != RC_OK ? code : MakeLeaf(McNodeKind::STRING, index, out);
+  if (front->compile.program == nullptr) return RC_NO_NODE;
+  McProgram* program = front->compile.program;
+  return MakeLeaf(front, McNodeKind::STRING,
+                  program->constants.add_string(&program->arena, text, length),
+                  out);
 }
 
-int McNodeFunc(McNodeRef* out, uint16_t function, McNodeRef arguments) {
-  return MakeOver(McNodeKind::FUNC, function, out, arguments);
+int McNodeFunc(McFront* front, McNodeRef* out, uint16_t function,
+               McNodeRef arguments) {
+  return MakeOver(front, McNodeKind::FUNC, function, out, arguments);
 }
 
-int McNodeBinary(uint8_t op, McNodeRef* out, McNodeRef left, McNodeRef right) {
-  return MakeOverTwo(McNodeKind::OPERA, op, out, left, right);
+int McNodeBinary(McFront* front, uint8_t op, McNodeRef* out, McNodeRef left,
+                 McNodeRef right) {
+  return MakeOverTwo(front, McNodeKind::OPERA, op, out, left, right);
 }
 
-int McNodeTest(uint8_t op, McNodeRef* out, McNodeRef operand) {
-  return MakeOverTwo(McNodeKind::OPERA, op, out, operand, 0);
+int McNodeTest(McFront* front, uint8_t op, McNodeRef* out, McNodeRef operand) {
+  return MakeOverTwo(front, McNodeKind::OPERA, op, out, operand, 0);
 }
 
-int McNodeUnary(uint8_t op, McNodeRef* out, McNodeRef operand) {
-  return MakeOver(McNodeKind::UNARY, op, out, operand);
+int McNodeUnary(McFront* front, uint8_t op, McNodeRef* out, McNodeRef operand) {
+  return MakeOver(front, McNodeKind::UNARY, op, out, operand);
 }
 
-int McNodeExtern(const char* name, McNodeRef* out) {
+int McNodeExtern(McFront* front, const char* name, McNodeRef* out) {
   *out = 0;
-  if (mc_compile.program == nullptr) return RC_NO_NODE;
+  if (front->compile.program == nullptr) return RC_NO_NODE;
   uint32_t slot;
-  const int code = StringPoolAdd(&mc_compile.program->strings, name, &slot);
-  return code != RC_OK ? code : MakeLeaf(McNodeKind::EXTERN, slot, out);
+  if (StringPoolAdd(&front->compile.program->strings, name, &slot) != RC_OK)
+    throw std::bad_alloc();
+  return MakeLeaf(front, McNodeKind::EXTERN, slot, out);
 }
 
-int McNodeExtInd(char sigil, McNodeRef* out, McNodeRef expression) {
-  return MakeOver(McNodeKind::EXTIND, static_cast<uint8_t>(sigil), out,
+int McNodeExtInd(McFront* front, char sigil, McNodeRef* out,
+                 McNodeRef expression) {
+  return MakeOver(front, McNodeKind::EXTIND, static_cast<uint8_t>(sigil), out,
                   expression);
 }
 
-int McNodeRefer(McNodeRef variable, McNodeRef* last, const char* member,
-                McNodeRef subscripts) {
-  int code = variable == 0 ? RC_INVALID : MemberVariable(variable);
+int McNodeRefer(McFront* front, McNodeRef variable, McNodeRef* last,
+                const char* member, McNodeRef subscripts) {
+  int code = variable == 0 ? RC_INVALID : MemberVariable(front, variable);
   // The whole name counts: XX is no member.
   if (code == RC_OK &&
       (member[0] < 'X' || member[0] > 'Z' || member[1] != '\0'))
     code = RC_NO_MEMBER;
   if (code != RC_OK) {
-    McTreeFree(&subscripts);
+    McTreeFree(front, &subscripts);
     return code;
   }
   McNodeRef made;
-  code = MakeOver(McNodeKind::REFER, static_cast<uint32_t>(member[0] - 'X'),
-                  &made, subscripts);
-  if (code == RC_OK) McNodeAppendChild(variable, last, made);
+  code = MakeOver(front, McNodeKind::REFER,
+                  static_cast<uint32_t>(member[0] - 'X'), &made, subscripts);
+  if (code == RC_OK) McNodeAppendChild(front, variable, last, made);
   return code;
 }
 
-int McNodeAssign(uint8_t op, McNodeRef* out, McNodeRef target,
+int McNodeAssign(McFront* front, uint8_t op, McNodeRef* out, McNodeRef target,
                  McNodeRef value) {
   int code = RC_OK;
-  if (target == 0 || value == 0 || HasSibling(target)) {
+  if (target == 0 || value == 0 || HasSibling(front, target)) {
     code = RC_OPERAND_LINKED;
   } else {
-    const McNodeKind kind = Node(target).kind;
+    const McNodeKind kind = Node(front, target).kind;
     if (kind != McNodeKind::VAR && kind != McNodeKind::EXTERN &&
         kind != McNodeKind::EXTIND)
       code = RC_BAD_OPERAND;
   }
   if (code == RC_OK)
-    return MakeOverTwo(McNodeKind::ASSIGN, op, out, target, value);
+    return MakeOverTwo(front, McNodeKind::ASSIGN, op, out, target, value);
   *out = 0;
-  McTreeFree(&target);
-  McTreeFree(&value);
+  McTreeFree(front, &target);
+  McTreeFree(front, &value);
   return code;
 }
 
-int McNodeCall(McNodeRef* out, McName* name, McCallKind kind,
+int McNodeCall(McFront* front, McNodeRef* out, McName* name, McCallKind kind,
                McNodeRef arguments) {
   uint16_t index;
-  const int code =
-      mc_compile.program == nullptr ? RC_NO_NODE : McCallOf(name, kind, &index);
-  if (code == RC_OK) return MakeOver(McNodeKind::CALL, index, out, arguments);
+  const int code = front->compile.program == nullptr
+                       ? RC_NO_NODE
+                       : McCallOf(front, name, kind, &index);
+  if (code == RC_OK)
+    return MakeOver(front, McNodeKind::CALL, index, out, arguments);
   *out = 0;
-  McTreeFree(&arguments);
+  McTreeFree(front, &arguments);
   return code;
 }
 
-int McNodeIf(McNodeRef* out, McNodeRef condition, McNodeRef then_part,
-             McNodeRef else_part) {
+int McNodeIf(McFront* front, McNodeRef* out, McNodeRef condition,
+             McNodeRef then_part, McNodeRef else_part) {
   // The two parts make one list; a missing or linked first one cannot.
-  const bool linked = HasSibling(then_part);
+  const bool linked = HasSibling(front, then_part);
   if (then_part != 0 && !linked)
-    Node(then_part).sibling = else_part;
+    Node(front, then_part).sibling = else_part;
   else
-    McTreeFree(&else_part);
-  if (!linked) return MakeOverTwo(McNodeKind::IF, 0, out, condition, then_part);
+    McTreeFree(front, &else_part);
+  if (!linked)
+    return MakeOverTwo(front, McNodeKind::IF, 0, out, condition, then_part);
   *out = 0;
-  McTreeFree(&condition);
-  McTreeFree(&then_part);
+  McTreeFree(front, &condition);
+  McTreeFree(front, &then_part);
   return RC_OPERAND_LINKED;
 }
 
-int McNodeWhile(McNodeRef* out, McNodeRef condition, McNodeRef body) {
-  return MakeOverTwo(McNodeKind::WHILE, 0, out, condition, body);
+int McNodeWhile(McFront* front, McNodeRef* out, McNodeRef condition,
+                McNodeRef body) {
+  return MakeOverTwo(front, McNodeKind::WHILE, 0, out, condition, body);
 }
 
-int McNodeSelect(McNodeRef* out, McNodeRef selector, McNodeRef cases) {
-  return MakeOverTwo(McNodeKind::SELECT, 0, out, selector, cases);
+int McNodeSelect(McFront* front, McNodeRef* out, McNodeRef selector,
+                 McNodeRef cases) {
+  return MakeOverTwo(front, McNodeKind::SELECT, 0, out, selector, cases);
 }
 
-int McNodeCase(McNodeRef* out, McNodeRef body, McNodeRef tests) {
-  return MakeOverTwo(McNodeKind::CASE, 0, out, body, tests);
+int McNodeCase(McFront* front, McNodeRef* out, McNodeRef body,
+               McNodeRef tests) {
+  return MakeOverTwo(front, McNodeKind::CASE, 0, out, body, tests);
 }
 
-int McNodeDim(McNodeRef* out, McNodeRef last, McNodeRef first) {
-  return MakeOverTwo(McNodeKind::DIM, 0, out, last, first);
+int McNodeDim(McFront* front, McNodeRef* out, McNodeRef last, McNodeRef first) {
+  return MakeOverTwo(front, McNodeKind::DIM, 0, out, last, first);
 }
 
-int McNodeTrace(McNodeRef* out, McNodeRef statement, uint32_t line) {
+int McNodeTrace(McFront* front, McNodeRef* out, McNodeRef statement,
+                uint32_t line) {
   *out = 0;
   if (statement == 0) return RC_NOT_FOUND;
-  return MakeOver(McNodeKind::TRACE, line, out, statement);
+  return MakeOver(front, McNodeKind::TRACE, line, out, statement);
 }
 
-int McNodeAllocate(McNodeRef* out, McNodeRef list) {
-  return MakeOver(McNodeKind::ALLOC, 0, out, list);
+int McNodeAllocate(McFront* front, McNodeRef* out, McNodeRef list) {
+  return MakeOver(front, McNodeKind::ALLOC, 0, out, list);
 }
 
-int McNodeRelease(McNodeRef* out, McNodeRef list) {
-  return MakeOver(McNodeKind::FREE, 0, out, list);
+int McNodeRelease(McFront* front, McNodeRef* out, McNodeRef list) {
+  return MakeOver(front, McNodeKind::FREE, 0, out, list);
 }
 
-int McNodePrint(McNodeRef* out, McNodeRef list) {
-  return MakeOver(McNodeKind::PRINT, 0, out, list);
+int McNodePrint(McFront* front, McNodeRef* out, McNodeRef list) {
+  return MakeOver(front, McNodeKind::PRINT, 0, out, list);
 }
 
-int McNodeMake(McNodeKind kind, McNodeRef* out, McNodeRef child) {
-  return MakeOverTwo(kind, 0, out, child, 0);
+int McNodeMake(McFront* front, McNodeKind kind, McNodeRef* out,
+               McNodeRef child) {
+  return MakeOverTwo(front, kind, 0, out, child, 0);
 }

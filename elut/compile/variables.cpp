@@ -1,14 +1,15 @@
+// The table of a selector is the only place where a variable is; its name only
+// points there. Bounds are evaluated before anything is added, so that a bound
+// that fails leaves no trace.
 #include "elut/compile/variables.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "Cutil/codes.h"
-#include "elut/compile/arithmetic.h"
 #include "elut/compile/eval.h"
 #include "elut/compile/node_build.h"
-
-McCompile mc_compile;
 
 namespace {
 
@@ -19,12 +20,13 @@ constexpr size_t FIRST_VARIABLES = 8;
 // Releases a tree, or list of trees, at the end of its scope.
 class TreeOwner {
  public:
-  explicit TreeOwner(McNodeRef tree) : tree_(tree) {}
+  TreeOwner(McFront* front, McNodeRef tree) : front_(front), tree_(tree) {}
   TreeOwner(const TreeOwner&) = delete;
   TreeOwner& operator=(const TreeOwner&) = delete;
-  ~TreeOwner() { McTreeFree(&tree_); }
+  ~TreeOwner() { McTreeFree(front_, &tree_); }
 
  private:
+  McFront* front_;
   McNodeRef tree_;
 };
 
@@ -37,95 +39,89 @@ struct Bounds {
 
 // Notes that the current routine has `name` at (scope, index), unless a table
 // that is searched earlier, or an earlier entry, has it.
-void Note(McName* name, McScope scope, uint16_t index) {
-  if (name->routine == mc_compile.routine && name->scope <= scope) return;
-  name->routine = mc_compile.routine;
+void Note(McFront* front, McName* name, McScope scope, uint16_t index) {
+  if (name->routine == front->compile.routine && name->scope <= scope) return;
+  name->routine = front->compile.routine;
   name->scope = scope;
   name->index = index;
 }
 
-UtVector<McCommon>& Commons() {
-  return mc_compile.sub != nullptr ? mc_compile.sub->commons
-                                   : mc_compile.program->commons;
+UtVector<McCommon>& Commons(McFront* front) {
+  return front->compile.sub != nullptr ? front->compile.sub->commons
+                                       : front->compile.program->commons;
 }
 
-int NoteTable(const McVarTable& table, McScope scope) {
+void NoteTable(McFront* front, const McVarTable& table, McScope scope) {
   for (size_t i = 0; i < table.entries.size(); i++) {
     if (table.entries[i].name == nullptr) continue;
-    McName* name = McNameIntern(table.entries[i].name);
-    if (name == nullptr) return RC_NO_MEMORY;
-    Note(name, scope, static_cast<uint16_t>(i));
+    McName* name = McNameIntern(&front->scanner.strings, table.entries[i].name);
+    Note(front, name, scope, static_cast<uint16_t>(i));
   }
-  return RC_OK;
 }
 
 // Gives the current routine a number of its own and notes the variables that
 // it has already.
-int EnterRoutine() {
-  mc_compile.routine++;
-  if (mc_compile.program == nullptr) return RC_OK;
-  int code = NoteTable(*McScopeTable(MC_SCOPE_LOCAL), MC_SCOPE_LOCAL);
-  if (code == RC_OK && mc_compile.sub != nullptr)
-    code = NoteTable(mc_compile.sub->parameters, MC_SCOPE_PARAMETER);
+void EnterRoutine(McFront* front) {
+  front->compile.routine++;
+  if (front->compile.program == nullptr) return;
+  NoteTable(front, *McScopeTable(front, MC_SCOPE_LOCAL), MC_SCOPE_LOCAL);
+  if (front->compile.sub != nullptr)
+    NoteTable(front, front->compile.sub->parameters, MC_SCOPE_PARAMETER);
   McScope scope = MC_SCOPE_COMMON;
-  for (const McCommon& common : Commons()) {
-    if (code == RC_OK) code = NoteTable(common.variables, scope);
-    scope++;
-  }
-  return code;
+  for (const McCommon& common : Commons(front))
+    NoteTable(front, common.variables, scope++);
 }
 
 // The name under which the current program's call reference is noted.
-McName* NameOfCall(const McCallRef& call) {
+McName* NameOfCall(McFront* front, const McCallRef& call) {
   if (call.name == nullptr) return nullptr;
   static constexpr const char* PREFIXES[] = {"", "", "FN", "CFN"};
   UtString name = PREFIXES[static_cast<int>(call.kind)];
   name += call.name;
-  return McNameIntern(name.c_str());
+  return McNameIntern(&front->scanner.strings, name.c_str());
 }
 
 // Evaluates a bound and converts it to `type`.
-int EvaluateBound(McNodeRef expression, McValueType type, McValue* value) {
-  const int code = McEvalConst(mc_compile.program, expression, value);
-  return code == RC_OK ? McValueConvert(type, value) : code;
+int EvaluateBound(McFront* front, McNodeRef expression, McValueType type,
+                  McValue* value) {
+  const int code = McEvalConst(front, expression, value);
+  return code == RC_OK ? McValueConvert(&front->math, type, value) : code;
 }
 
-int EvaluateInteger(McNodeRef expression, int32_t* bound) {
-  McValue value = McValueNone();
-  const int code = EvaluateBound(expression, McValueType::INTEGER, &value);
+int EvaluateInteger(McFront* front, McNodeRef expression, int32_t* bound) {
+  McValue value;
+  const int code =
+      EvaluateBound(front, expression, McValueType::INTEGER, &value);
   if (code == RC_OK) *bound = value.integer;
-  McValueRelease(&value);
   return code;
 }
 
-int EvaluateRange(McValueType type, McNodeRef low, McNodeRef high,
+int EvaluateRange(McFront* front, McNodeRef low, McNodeRef high,
                   McRange* range) {
   if (low == 0) return RC_OK;
   if (high == 0) return RC_NOT_EVALUABLE;
-  McValue from = McValueNone();
-  McValue to = McValueNone();
-  int code = EvaluateBound(low, type, &from);
-  if (code == RC_OK) code = EvaluateBound(high, type, &to);
+  const McValueType type = front->compile.type;
+  McValue from, to;
+  int code = EvaluateBound(front, low, type, &from);
+  if (code == RC_OK) code = EvaluateBound(front, high, type, &to);
   if (code == RC_OK && type == McValueType::INTEGER)
     range->integer = {from.integer, to.integer};
   if (code == RC_OK && type == McValueType::REAL)
     range->real = {from.real, to.real};
-  McValueRelease(&from);
-  McValueRelease(&to);
   return code;
 }
 
-int EvaluateDims(McNodeRef dims, Bounds* bounds) {
-  const McNodePool& nodes = mc_compile.program->nodes;
+int EvaluateDims(McFront* front, McNodeRef dims, Bounds* bounds) {
+  const McNodePool& nodes = front->compile.program->nodes;
   for (McNodeRef dim = dims; dim != 0 && bounds->dim_count < DIM_LIMIT;
        dim = nodes[dim].sibling) {
     const McNodeRef last = nodes[dim].child;
     const McNodeRef first = last == 0 ? 0 : nodes[last].sibling;
     McDim* place = &bounds->dims[bounds->dim_count];
     place->declared_low = 1;
-    int code = EvaluateInteger(last, &place->declared_high);
+    int code = EvaluateInteger(front, last, &place->declared_high);
     if (code == RC_OK && first != 0)
-      code = EvaluateInteger(first, &place->declared_low);
+      code = EvaluateInteger(front, first, &place->declared_low);
     if (code != RC_OK) return code;
     place->current_low = place->declared_low;
     place->current_high = place->declared_high;
@@ -136,216 +132,181 @@ int EvaluateDims(McNodeRef dims, Bounds* bounds) {
 
 // The text of a name in the arena of the program, where equal names of the
 // program's routines share it.
-int StoreName(McName* name, const char** text) {
-  *text = nullptr;
-  if (name->length == 0) return RC_OK;
-  if (name->stored_in != mc_compile.program_number) {
-    const char* copy =
-        mc_compile.program->arena.copy(name->text(), name->length);
-    if (copy == nullptr) return RC_NO_MEMORY;
-    name->stored_in = mc_compile.program_number;
-    name->stored = copy;
+const char* StoredName(McFront* front, McName* name) {
+  if (name->length == 0) return nullptr;
+  if (name->stored_in != front->compile.program_number) {
+    name->stored =
+        front->compile.program->arena.copy(name->text(), name->length);
+    name->stored_in = front->compile.program_number;
   }
-  *text = name->stored;
-  return RC_OK;
+  return name->stored;
 }
 
-// Adds a scalar without a range; `*added` is valid until the next one.
-int AddVariable(McVarTable* table, McScope scope, McName* name,
-                McValueType type, McVar** added) {
-  if (table->entries.size() >= MC_TABLE_LIMIT) {
-    mc_compile.table_full = true;
-    return RC_INVALID;
-  }
-  const char* text;
-  int code = StoreName(name, &text);
-  if (code != RC_OK) return code;
-  code = UtGuarded([&] {
-    if (table->entries.empty()) table->entries.reserve(FIRST_VARIABLES);
-    table->entries.push_back(
-        {text, nullptr, nullptr, type, McStorage::VALUE, 0});
-    return RC_OK;
-  });
-  if (code != RC_OK) return code;
+// Adds a scalar of the current type without a range; `*added` is valid until
+// the next one.
+int AddVariable(McFront* front, McVarTable* table, McName* name,
+                McVar** added) {
+  if (table->entries.size() >= MC_TABLE_LIMIT) return RC_TABLE_FULL;
+  const char* text = StoredName(front, name);
+  if (table->entries.empty()) table->entries.reserve(FIRST_VARIABLES);
+  table->entries.push_back(
+      {text, nullptr, nullptr, front->compile.type, McStorage::VALUE, 0});
   *added = &table->entries.back();
-  Note(name, scope, static_cast<uint16_t>(table->entries.size() - 1));
+  Note(front, name, front->compile.scope,
+       static_cast<uint16_t>(table->entries.size() - 1));
   return RC_OK;
 }
 
-int SetRange(McVar* variable, const McRange& range) {
+int SetRange(McFront* front, McVar* variable, const McRange& range) {
   if (variable->type != McValueType::INTEGER &&
       variable->type != McValueType::REAL)
     return RC_NOT_EVALUABLE;
-  auto* place =
-      static_cast<McRange*>(mc_compile.program->arena.take(sizeof(McRange)));
-  if (place == nullptr) return RC_NO_MEMORY;
-  *place = range;
-  variable->range = place;
+  variable->range = front->compile.program->arena.take_array<McRange>(1);
+  *variable->range = range;
   return RC_OK;
 }
 
-int SetDims(McVar* variable, const Bounds& bounds) {
-  if (variable->storage != McStorage::VALUE) return RC_BAD_STORAGE;
-  auto* place = static_cast<McDim*>(
-      mc_compile.program->arena.take(bounds.dim_count * sizeof(McDim)));
-  if (place == nullptr) return RC_NO_MEMORY;
-  std::copy_n(bounds.dims, bounds.dim_count, place);
-  variable->dims = place;
+void SetDims(McFront* front, McVar* variable, const Bounds& bounds) {
+  assert(variable->storage == McStorage::VALUE);
+  variable->dims =
+      front->compile.program->arena.take_array<McDim>(bounds.dim_count);
+  std::copy_n(bounds.dims, bounds.dim_count, variable->dims);
   variable->dim_count = bounds.dim_count;
-  return RC_OK;
 }
 
 }  // namespace
 
-int McCompileEnter(McProgram* program) {
-  mc_compile.program = program;
-  mc_compile.sub = nullptr;
-  mc_compile.body_slot = nullptr;
-  mc_compile.program_number++;
-  mc_compile.table_full = false;
+void McCompileEnter(McFront* front, McProgram* program) {
+  McCompile& compile = front->compile;
+  compile.program = program;
+  compile.sub = nullptr;
+  compile.body_slot = nullptr;
+  compile.program_number++;
   if (program != nullptr) {
-    const int code = UtGuarded([&] {
-      for (size_t i = 0; i < program->calls.size(); i++) {
-        McName* name = NameOfCall(program->calls[i]);
-        if (name == nullptr) continue;
-        name->program = mc_compile.program_number;
-        name->call = static_cast<uint16_t>(i);
-      }
-      return RC_OK;
-    });
-    if (code != RC_OK) return code;
+    for (size_t i = 0; i < program->calls.size(); i++) {
+      McName* name = NameOfCall(front, program->calls[i]);
+      if (name == nullptr) continue;
+      name->program = compile.program_number;
+      name->call = static_cast<uint16_t>(i);
+    }
   }
-  return EnterRoutine();
+  EnterRoutine(front);
 }
 
-void McCompileReset() {
-  mc_compile.scope = MC_SCOPE_LOCAL;
-  mc_compile.type = McValueType::INTEGER;
-}
-
-int McSubEnter(const char* name) {
-  mc_compile.sub = nullptr;
-  if (mc_compile.program == nullptr) return RC_OK;
+int McSubEnter(McFront* front, const char* name) {
+  front->compile.sub = nullptr;
+  if (front->compile.program == nullptr) return RC_OK;
   if (name != nullptr) {
     uint16_t index;
-    const int code = McSubAdd(mc_compile.program, name, &index);
-    if (code != RC_OK) {
-      mc_compile.table_full |= code == RC_INVALID;
+    if (const int code = McSubAdd(front->compile.program, name, &index))
       return code;
-    }
-    mc_compile.sub = &mc_compile.program->subs[index];
+    front->compile.sub = &front->compile.program->subs[index];
   }
-  return EnterRoutine();
+  EnterRoutine(front);
+  return RC_OK;
 }
 
-int McProgramSetName(const char* name) {
-  McProgram* program = mc_compile.program;
-  if (program == nullptr) return RC_OK;
-  program->name = nullptr;
-  if (name == nullptr || *name == '\0') return RC_OK;
-  program->name = program->arena.copy(name, strlen(name));
-  return program->name == nullptr ? RC_NO_MEMORY : RC_OK;
+void McProgramSetName(McFront* front, const char* name) {
+  McProgram* program = front->compile.program;
+  if (program == nullptr) return;
+  program->name = name == nullptr || *name == '\0'
+                      ? nullptr
+                      : program->arena.copy(name, strlen(name));
 }
 
-void McProgramSetBody(McNodeRef body) {
-  if (mc_compile.body_slot != nullptr)
-    *mc_compile.body_slot = body;
-  else if (mc_compile.sub != nullptr)
-    mc_compile.sub->body = body;
-  else if (mc_compile.program != nullptr)
-    mc_compile.program->body = body;
+void McProgramSetBody(McFront* front, McNodeRef body) {
+  if (front->compile.body_slot != nullptr)
+    *front->compile.body_slot = body;
+  else if (front->compile.sub != nullptr)
+    front->compile.sub->body = body;
+  else if (front->compile.program != nullptr)
+    front->compile.program->body = body;
 }
 
-McVarTable* McScopeTable(McScope scope) {
-  if (mc_compile.program == nullptr) return nullptr;
+McVarTable* McScopeTable(McFront* front, McScope scope) {
+  McProgram* program = front->compile.program;
+  McSub* sub = front->compile.sub;
+  if (program == nullptr) return nullptr;
   if (scope == MC_SCOPE_LOCAL)
-    return mc_compile.sub != nullptr ? &mc_compile.sub->locals
-                                     : &mc_compile.program->variables;
+    return sub != nullptr ? &sub->locals : &program->variables;
   if (scope == MC_SCOPE_PARAMETER)
-    return mc_compile.sub != nullptr ? &mc_compile.sub->parameters : nullptr;
+    return sub != nullptr ? &sub->parameters : nullptr;
   if (scope < MC_SCOPE_COMMON) return nullptr;
   const auto block = static_cast<size_t>(scope - MC_SCOPE_COMMON);
-  return block < Commons().size() ? &Commons()[block].variables : nullptr;
+  UtVector<McCommon>& commons = Commons(front);
+  return block < commons.size() ? &commons[block].variables : nullptr;
 }
 
-int McVarFind(const McName* name, McScope* scope, uint16_t* index) {
-  if (name->routine == mc_compile.routine) {
+int McVarFind(const McFront* front, const McName* name, McScope* scope,
+              uint16_t* index) {
+  if (name->routine == front->compile.routine) {
     *scope = name->scope;
     *index = name->index;
     return RC_OK;
   }
-  return mc_compile.program == nullptr ? RC_NOT_FOUND : RC_NO_VARIABLE;
+  return front->compile.program == nullptr ? RC_NOT_FOUND : RC_NO_VARIABLE;
 }
 
-int McVarDeclare(McScope scope, McName* name, McValueType type, McNodeRef low,
-                 McNodeRef high, McNodeRef dims) {
-  TreeOwner owned_low(low), owned_high(high), owned_dims(dims);
-  McVarTable* table = McScopeTable(scope);
+int McVarDeclare(McFront* front, McName* name, McNodeRef low, McNodeRef high,
+                 McNodeRef dims) {
+  TreeOwner owned_low(front, low), owned_high(front, high);
+  TreeOwner owned_dims(front, dims);
+  McVarTable* table = McScopeTable(front, front->compile.scope);
   if (table == nullptr) return RC_INVALID;
   Bounds bounds;
-  int code = EvaluateRange(type, low, high, &bounds.range);
-  if (code == RC_OK) code = EvaluateDims(dims, &bounds);
+  int code = EvaluateRange(front, low, high, &bounds.range);
+  if (code == RC_OK) code = EvaluateDims(front, dims, &bounds);
   McVar* variable = nullptr;
-  if (code == RC_OK) code = AddVariable(table, scope, name, type, &variable);
-  if (code == RC_OK && low != 0) code = SetRange(variable, bounds.range);
-  if (code == RC_OK && bounds.dim_count > 0) code = SetDims(variable, bounds);
+  if (code == RC_OK) code = AddVariable(front, table, name, &variable);
+  if (code == RC_OK && low != 0) code = SetRange(front, variable, bounds.range);
+  if (code == RC_OK && bounds.dim_count > 0) SetDims(front, variable, bounds);
   return code;
 }
 
-int McVarDeclareDynamic(McScope scope, McName* name, McValueType type,
-                        uint32_t count, McNodeRef low, McNodeRef high) {
-  TreeOwner owned_low(low), owned_high(high);
-  McVarTable* table = McScopeTable(scope);
+int McVarDeclareDynamic(McFront* front, McName* name, uint32_t count,
+                        McNodeRef low, McNodeRef high) {
+  TreeOwner owned_low(front, low), owned_high(front, high);
+  McVarTable* table = McScopeTable(front, front->compile.scope);
   if (table == nullptr || count == 0 || count > DIM_LIMIT) return RC_INVALID;
   McRange range = {};
-  int code = EvaluateRange(type, low, high, &range);
+  int code = EvaluateRange(front, low, high, &range);
   McVar* variable = nullptr;
-  if (code == RC_OK) code = AddVariable(table, scope, name, type, &variable);
-  if (code == RC_OK && low != 0) code = SetRange(variable, range);
+  if (code == RC_OK) code = AddVariable(front, table, name, &variable);
+  if (code == RC_OK && low != 0) code = SetRange(front, variable, range);
   if (code != RC_OK) return code;
   variable->dim_count = static_cast<uint8_t>(count);
   variable->storage = McStorage::ALLOC;
   return RC_OK;
 }
 
-int McVarDeclareRef(McScope scope, McName* name, McValueType type,
-                    uint32_t count) {
-  McVarTable* table = McScopeTable(scope);
+int McVarDeclareRef(McFront* front, McName* name, uint32_t count) {
+  McVarTable* table = McScopeTable(front, front->compile.scope);
   if (table == nullptr || count > DIM_LIMIT) return RC_INVALID;
   McVar* variable = nullptr;
-  const int code = AddVariable(table, scope, name, type, &variable);
+  const int code = AddVariable(front, table, name, &variable);
   if (code != RC_OK) return code;
   variable->dim_count = static_cast<uint8_t>(count);
   variable->storage = McStorage::REF;
   return RC_OK;
 }
 
-int McCommonDeclare(const char* name) {
-  if (mc_compile.program == nullptr) return RC_INVALID;
-  UtVector<McCommon>& commons = Commons();
-  if (commons.size() >= MC_COMMON_LIMIT) {
-    mc_compile.table_full = true;
-    return RC_INVALID;
-  }
-  const char* copy = mc_compile.program->arena.copy(name, strlen(name));
-  if (copy == nullptr) return RC_NO_MEMORY;
-  return UtGuarded([&] {
-    commons.push_back({copy, {}});
-    mc_compile.scope =
-        static_cast<McScope>(MC_SCOPE_COMMON + commons.size() - 1);
-    return RC_OK;
-  });
+int McCommonDeclare(McFront* front, const char* name) {
+  if (front->compile.program == nullptr) return RC_INVALID;
+  UtVector<McCommon>& commons = Commons(front);
+  if (commons.size() >= MC_COMMON_LIMIT) return RC_TABLE_FULL;
+  const char* copy = front->compile.program->arena.copy(name, strlen(name));
+  commons.push_back({copy, {}});
+  front->compile.scope =
+      static_cast<McScope>(MC_SCOPE_COMMON + commons.size() - 1);
+  return RC_OK;
 }
 
-int McCallOf(McName* name, McCallKind kind, uint16_t* index) {
-  if (name->program != mc_compile.program_number) {
+int McCallOf(McFront* front, McName* name, McCallKind kind, uint16_t* index) {
+  if (name->program != front->compile.program_number) {
     const int code =
-        McCallAdd(mc_compile.program, kind, name->text(), &name->call);
-    if (code != RC_OK) {
-      mc_compile.table_full |= code == RC_INVALID;
-      return code;
-    }
-    name->program = mc_compile.program_number;
+        McCallAdd(front->compile.program, kind, name->text(), &name->call);
+    if (code != RC_OK) return code;
+    name->program = front->compile.program_number;
   }
   *index = name->call;
   return RC_OK;

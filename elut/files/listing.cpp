@@ -1,8 +1,8 @@
+// Listings are printed piece by piece; the standard output collects the pieces.
 #include "elut/files/listing.h"
 
 #include "Cutil/codes.h"
 #include "elut/model/tree_walk.h"
-#include "services/channels.h"
 
 namespace {
 
@@ -10,76 +10,76 @@ const char* OrEmpty(const char* text) {
   return text == nullptr ? "" : text;
 }
 
-void McDumpImports(const UtVector<McImport>& imports) {
+void McDumpImports(Channels* out, const UtVector<McImport>& imports) {
   for (const McImport& import : imports) {
     const int kind = import.kind & ~MC_IMPORT_FILE;
-    if (kind == MC_IMPORT_MACRO) PrintOut("MACRO");
-    if (kind == MC_IMPORT_CSUB) PrintOut("CSUB ");
-    PrintOut(" %-24s FROM", OrEmpty(import.name));
+    if (kind == MC_IMPORT_MACRO) out->out("MACRO");
+    if (kind == MC_IMPORT_CSUB) out->out("CSUB ");
+    out->out(" %-24s FROM", OrEmpty(import.name));
     if ((import.kind & MC_IMPORT_FILE) != 0) {
-      PrintOut(" FILE %s\n", OrEmpty(import.source));
+      out->out(" FILE %s\n", OrEmpty(import.source));
       continue;
     }
-    PrintOut(" %s", import.source == nullptr ? "glob" : import.source);
-    if (import.module != nullptr) PrintOut(" MODULE %s", import.module);
-    PrintOut("\n");
+    out->out(" %s", import.source == nullptr ? "glob" : import.source);
+    if (import.module != nullptr) out->out(" MODULE %s", import.module);
+    out->out("\n");
   }
 }
 
-void DumpRange(const McVar& variable) {
+void DumpRange(Channels* out, const McVar& variable) {
   if (variable.range == nullptr) return;
   if (variable.type == McValueType::INTEGER)
-    PrintOut(" [%d:%d]", variable.range->integer.low,
+    out->out(" [%d:%d]", variable.range->integer.low,
              variable.range->integer.high);
   else if (variable.type == McValueType::REAL)
-    PrintOut(" [%g:%g]", variable.range->real.low, variable.range->real.high);
+    out->out(" [%g:%g]", variable.range->real.low, variable.range->real.high);
   else
-    PrintOut(" [RANGE]");
+    out->out(" [RANGE]");
 }
 
-void DumpDims(const McVar& variable) {
+void DumpDims(Channels* out, const McVar& variable) {
   if (variable.dims == nullptr) return;
   for (unsigned i = 0; i < variable.dim_count; i++) {
     const McDim& dim = variable.dims[i];
-    PrintOut(i == 0 ? " (" : ",");
-    PrintOut("%d/%d:%d/%d", dim.current_low, dim.declared_low, dim.current_high,
+    out->out(i == 0 ? " (" : ",");
+    out->out("%d/%d:%d/%d", dim.current_low, dim.declared_low, dim.current_high,
              dim.declared_high);
   }
-  if (variable.dim_count > 0) PrintOut(")");
+  if (variable.dim_count > 0) out->out(")");
 }
 
-void McDumpVarTable(const McVarTable& table) {
+void McDumpVarTable(Channels* out, const McVarTable& table) {
   int index = 0;
   for (const McVar& variable : table.entries) {
-    PrintOut("%2d %-16s %-7s %-5s %2d", index++, OrEmpty(variable.name),
+    out->out("%2d %-16s %-7s %-5s %2d", index++, OrEmpty(variable.name),
              MC_TYPE_NAMES[static_cast<int>(variable.type)],
              MC_STORAGE_NAMES[static_cast<int>(variable.storage)],
              variable.dim_count);
-    DumpRange(variable);
-    DumpDims(variable);
-    PrintOut("\n");
+    DumpRange(out, variable);
+    DumpDims(out, variable);
+    out->out("\n");
   }
 }
 
-void McDumpCommons(const UtVector<McCommon>& commons) {
+void McDumpCommons(Channels* out, const UtVector<McCommon>& commons) {
   for (const McCommon& common : commons) {
-    PrintOut("----------------- COMMON %16s ----------------\n",
+    out->out("----------------- COMMON %16s ----------------\n",
              OrEmpty(common.name));
-    McDumpVarTable(common.variables);
+    McDumpVarTable(out, common.variables);
   }
 }
 
 // The first child of a node stands on the line of its parent; each further
 // sibling begins a line, indented to the depth of its list.
-void McDumpTree(const McNodePool& nodes, McNodeRef root) {
+void McDumpTree(Channels* out, const McNodePool& nodes, McNodeRef root) {
   int depth = 0;
   bool first = true;
   McTreeWalker walker;
   walker.walk(
       nodes, root,
       [&](const McNode& node) {
-        if (!first) PrintOut("\n%*s", 7 * depth, "");
-        PrintOut(" %-6s", MC_KIND_NAMES[static_cast<int>(node.kind)]);
+        if (!first) out->out("\n%*s", 7 * depth, "");
+        out->out(" %-6s", MC_KIND_NAMES[static_cast<int>(node.kind)]);
         first = true;
         depth++;
         return true;
@@ -107,8 +107,9 @@ const char* OperatorText(uint8_t op) {
 
 class ExpressionPrinter {
  public:
-  ExpressionPrinter(unsigned channel, const McProgram* program)
-      : channel_(channel), program_(program) {}
+  ExpressionPrinter(Channels* channels, unsigned channel,
+                    const McProgram* program)
+      : channels_(channels), channel_(channel), program_(program) {}
 
   // Prints one expression; what its operands come to does not matter.
   int print(McNodeRef root) {
@@ -120,12 +121,12 @@ class ExpressionPrinter {
       Open* open = &path_.back();
       const McNodeRef operand = open->next;
       if (operand == 0 || open->printed == 2) {
-        ChannelPrint(channel_, ")");
+        channels_->print(channel_, ")");
         path_.pop_back();
         continue;
       }
       if (open->printed == 1 && open->text != nullptr)
-        ChannelPrint(channel_, " %s ", open->text);
+        channels_->print(channel_, " %s ", open->text);
       open->printed++;
       open->next = node(operand).sibling;
       (void)begin(node(operand));
@@ -146,16 +147,18 @@ class ExpressionPrinter {
   int begin(const McNode& node) {
     switch (node.kind) {
       case McNodeKind::INT:
-        ChannelPrint(channel_, "%d", node.integer);
+        channels_->print(channel_, "%d", node.integer);
         return RC_OK;
       case McNodeKind::REAL:
-        ChannelPrint(channel_, "%lg", program_->constants[node.number].real);
+        channels_->print(channel_, "%lg",
+                         program_->constants[node.number].real);
         return RC_OK;
       case McNodeKind::STRING:
-        ChannelPrint(channel_, "\"%s\"", program_->constants[node.number].text);
+        channels_->print(channel_, "\"%s\"",
+                         program_->constants[node.number].text);
         return RC_OK;
       case McNodeKind::OPERA:
-        ChannelPrint(channel_, "(");
+        channels_->print(channel_, "(");
         path_.push_back({node.child, 0, OperatorText(node.op)});
         return RC_OK;
       case McNodeKind::EMPTY:
@@ -167,88 +170,89 @@ class ExpressionPrinter {
     }
   }
 
+  Channels* channels_;
   unsigned channel_;
   const McProgram* program_;
   UtVector<Open> path_;
 };
 
 // Prints a PRINT statement; it stops at an item that has no text.
-int PrintStatement(unsigned channel, const char* prefix,
+int PrintStatement(Channels* channels, unsigned channel, const char* prefix,
                    const McProgram* program, const McNode& print) {
-  ExpressionPrinter printer(channel, program);
-  ChannelPrint(channel, "%sPRINT", prefix);
+  ExpressionPrinter printer(channels, channel, program);
+  channels->print(channel, "%sPRINT", prefix);
   int code = RC_OK;
   for (McNodeRef item = print.child; item != 0 && code == RC_OK;
        item = program->nodes[item].sibling) {
-    if (item != print.child) ChannelPrint(channel, ",");
-    ChannelPrint(channel, " ");
+    if (item != print.child) channels->print(channel, ",");
+    channels->print(channel, " ");
     code = printer.print(item);
   }
-  ChannelPrint(channel, ";\n");
+  channels->print(channel, ";\n");
   return code;
 }
 
-int PrintNode(unsigned channel, const char* prefix, const McProgram* program,
-              McNodeRef ref) {
+int PrintNode(Channels* channels, unsigned channel, const char* prefix,
+              const McProgram* program, McNodeRef ref) {
   const McNode& node = program->nodes[ref];
   if (node.kind == McNodeKind::PRINT)
-    return PrintStatement(channel, prefix, program, node);
-  return ExpressionPrinter(channel, program).print(ref);
+    return PrintStatement(channels, channel, prefix, program, node);
+  return ExpressionPrinter(channels, channel, program).print(ref);
 }
 
-void Dump(const McProgram* program) {
-  PrintOut("\n------------------------------- PROGRAM: %-32s ------\n",
+void Dump(Channels* out, const McProgram* program) {
+  out->out("\n------------------------------- PROGRAM: %-32s ------\n",
            OrEmpty(program->name));
-  PrintOut(
+  out->out(
       "\n-------------------------------  IMPORTS  "
       "-------------------------------------\n");
-  McDumpImports(program->imports);
+  McDumpImports(out, program->imports);
   for (const McSub& sub : program->subs) {
-    PrintOut("\n----------------------------------- SUB: %-32s ------\n",
+    out->out("\n----------------------------------- SUB: %-32s ------\n",
              OrEmpty(sub.name));
-    PrintOut("Parameter:\n");
-    McDumpVarTable(sub.parameters);
-    McDumpCommons(sub.commons);
-    PrintOut("--------------------- Variablen: ---------------------\n");
-    McDumpVarTable(sub.locals);
+    out->out("Parameter:\n");
+    McDumpVarTable(out, sub.parameters);
+    McDumpCommons(out, sub.commons);
+    out->out("--------------------- Variablen: ---------------------\n");
+    McDumpVarTable(out, sub.locals);
     if (sub.body == 0) continue;
-    PrintOut("Program:\n");
-    McDumpTree(program->nodes, sub.body);
+    out->out("Program:\n");
+    McDumpTree(out, program->nodes, sub.body);
   }
   if (program->body == 0) return;
-  PrintOut(
+  out->out(
       "\n----------------------------------- MAIN "
       "--------------------------------------\n");
-  McDumpCommons(program->commons);
-  PrintOut("--------------------- Variablen: ---------------------\n");
-  McDumpVarTable(program->variables);
-  PrintOut("Program:\n");
-  McDumpTree(program->nodes, program->body);
-  PrintOut(
+  McDumpCommons(out, program->commons);
+  out->out("--------------------- Variablen: ---------------------\n");
+  McDumpVarTable(out, program->variables);
+  out->out("Program:\n");
+  McDumpTree(out, program->nodes, program->body);
+  out->out(
       "\n--------------------------------------------------------------------"
       "-----------\n");
 }
 
 }  // namespace
 
-int McDumpProgram(const McProgram* program) {
+int McDumpProgram(Channels* out, const McProgram* program) {
   return UtGuarded([&] {
-    Dump(program);
+    Dump(out, program);
     return RC_OK;
   });
 }
 
-int McPrintExpr(unsigned channel, const char* prefix,
+int McPrintExpr(Channels* channels, unsigned channel, const char* prefix,
                 const McProgram* program) {
   if (program->body == 0) return RC_NO_EXPRESSION;
   return UtGuarded([&] {
     const McNode& body = program->nodes[program->body];
     if (body.kind != McNodeKind::BLOCK)
-      return PrintNode(channel, prefix, program, program->body);
+      return PrintNode(channels, channel, prefix, program, program->body);
     int code = RC_OK;
     for (McNodeRef item = body.child; item != 0 && code == RC_OK;
          item = program->nodes[item].sibling)
-      code = PrintNode(channel, prefix, program, item);
+      code = PrintNode(channels, channel, prefix, program, item);
     return code;
   });
 }

@@ -9,10 +9,11 @@
 #pragma once
 
 #include "elut/model/program.h"
+#include "services/channels.h"
 
 // Writes the listing of a program to the standard output. Returns 0 or
 // RC_NO_MEMORY; the listing breaks off then.
-[[nodiscard]] int McDumpProgram(const McProgram* program);
+[[nodiscard]] int McDumpProgram(Channels* out, const McProgram* program);
 
 // Prints the main body's PRINT statements as source-like text on an output
 // channel, each with `prefix` in front:
@@ -22,5 +23,5 @@
 // Other statements print nothing. Returns 0; RC_NO_EXPRESSION without a body;
 // or the code of the item at which it stopped: RC_NOT_EVALUABLE for one that
 // has no text, RC_NO_MEMORY.
-[[nodiscard]] int McPrintExpr(unsigned channel, const char* prefix,
-                              const McProgram* program);
+[[nodiscard]] int McPrintExpr(Channels* channels, unsigned channel,
+                              const char* prefix, const McProgram* program);

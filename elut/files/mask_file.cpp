@@ -1,15 +1,14 @@
+// One routine per record, for both directions. The walk through the objects
+// goes along their links, so that nothing recurses as deep as they nest.
 #include "elut/files/mask_file.h"
 
 #include <cstring>
 
 #include "Cutil/codes.h"
+#include "Cutil/ut_file.h"
 #include "elut/files/program_file.h"
+#include "elut/model/program.h"
 #include "util/xd_header.h"
-
-// One routine per record, for all directions. The walk through the objects
-// goes along their links, so that nothing recurses as deep as they nest.
-// Releasing needs no walk at all: only programs own memory outside the arena,
-// and the list chains all objects that may hold one.
 
 namespace {
 
@@ -28,13 +27,13 @@ bool AttributeValueRecord(XdStream* xd, UtArena* arena, Attribute* entry) {
 }
 
 // The file knows one type of strings.
-bool WriteAttribute(XdStream* xd, UtArena* arena, Attribute* entry) {
+bool WriteAttribute(XdStream* xd, EditorList* list, Attribute* entry) {
   const bool string = entry->type == AttributeType::OWN_STRING;
   auto type =
       static_cast<uint8_t>(string ? AttributeType::STRING : entry->type);
-  const char* name = AttributeName(entry->name);
-  return XdUChar(xd, &type) && XdText(xd, arena, &name) &&
-         AttributeValueRecord(xd, arena, entry);
+  const char* name = list->attribute_names->name(entry->name);
+  return XdUChar(xd, &type) && XdText(xd, &list->arena, &name) &&
+         AttributeValueRecord(xd, &list->arena, entry);
 }
 
 bool TypeIsRefused(uint8_t type) {
@@ -42,45 +41,61 @@ bool TypeIsRefused(uint8_t type) {
 }
 
 // The number of the name that follows. Its text is needed only for that.
-bool ReadAttributeName(XdStream* xd, UtArena* arena, AttributeType type,
+bool ReadAttributeName(XdStream* xd, EditorList* list, AttributeType type,
                        uint16_t* number) {
   const char* name;
-  if (!XdText(xd, arena, &name) || name == nullptr) return false;
+  if (!XdText(xd, &list->arena, &name)) return false;
+  if (name == nullptr) return XdFail(xd, "an attribute without a name");
   const AttributeType wanted =
       type == AttributeType::OWN_STRING ? AttributeType::STRING : type;
   AttributeType registered = wanted;
-  const int code = AttributeNameRegister(name, &registered, number);
-  arena->give_back(const_cast<char*>(name), strlen(name) + 1);
-  return code == RC_OK && registered == wanted;
+  const int code = list->attribute_names->take(name, &registered, number);
+  list->arena.give_back(const_cast<char*>(name), strlen(name) + 1);
+  if (code != RC_OK) return XdFail(xd, "one attribute name too many");
+  return registered == wanted ||
+         XdFail(xd, "an attribute whose name has values of another type");
 }
 
-bool ReadAttribute(XdStream* xd, UtArena* arena, Attribute* entry) {
+bool ReadAttribute(XdStream* xd, EditorList* list, Attribute* entry) {
   uint8_t type = 0;
-  if (!XdUChar(xd, &type) || TypeIsRefused(type)) return false;
+  if (!XdUChar(xd, &type)) return false;
+  if (TypeIsRefused(type)) return XdFail(xd, "a type that no attribute has");
   entry->text = nullptr;
   entry->type = static_cast<AttributeType>(type);
-  if (!ReadAttributeName(xd, arena, entry->type, &entry->name)) return false;
+  if (!ReadAttributeName(xd, list, entry->type, &entry->name)) return false;
   if (entry->type == AttributeType::STRING)
     entry->type = AttributeType::OWN_STRING;
-  return AttributeValueRecord(xd, arena, entry);
+  return AttributeValueRecord(xd, &list->arena, entry);
 }
 
-// A table of `count` records in the arena, or nullptr.
-template <class Record>
-Record* TakeTable(UtArena* arena, uint16_t count) {
-  return static_cast<Record*>(arena->take(count * sizeof(Record)));
+bool AttributeListRecord(XdStream* xd, EditorList* list,
+                         AttributeList* attributes) {
+  uint16_t count = attributes->count;
+  if (!XdUShort(xd, &count)) return false;
+  if (xd->direction == XD_DECODE && count > 0) {
+    if (!XdCountFits(xd, count, ATTRIBUTE_BYTES)) return false;
+    attributes->entries = list->arena.take_array<Attribute>(count);
+    attributes->capacity = count;
+  }
+  const auto transfer =
+      xd->direction == XD_ENCODE ? WriteAttribute : ReadAttribute;
+  for (uint16_t i = 0; i < count; i++) {
+    if (!transfer(xd, list, &attributes->entries[i])) return false;
+    if (xd->direction == XD_DECODE) attributes->count++;
+  }
+  return true;
 }
 
-bool HandlerBodyRecord(XdStream* xd, EventHandler* handler) {
+bool HandlerBodyRecord(XdStream* xd, EditorList* list, EventHandler* handler) {
   switch (handler->kind) {
     case HandlerKind::ATTRIBUTES:
-      return AttributeListRecord(xd, &handler->attributes);
+      return AttributeListRecord(xd, list, &handler->attributes);
     case HandlerKind::PROGRAM: return McXdrProgram(xd, &handler->program);
   }
   return true;
 }
 
-bool HandlerRecord(XdStream* xd, UtArena* arena, EventHandler* handler) {
+bool HandlerRecord(XdStream* xd, EditorList* list, EventHandler* handler) {
   auto kind = static_cast<uint8_t>(handler->kind);
   auto key = static_cast<int32_t>(handler->event.key);
   if (!XdUChar(xd, &kind)) return false;
@@ -93,9 +108,24 @@ bool HandlerRecord(XdStream* xd, UtArena* arena, EventHandler* handler) {
     if (handler->kind == HandlerKind::PROGRAM)
       handler->program = nullptr;
     else
-      AttributeListInit(&handler->attributes, arena);
+      AttributeListInit(&handler->attributes, &list->arena);
   }
-  return HandlerBodyRecord(xd, handler);
+  return HandlerBodyRecord(xd, list, handler);
+}
+
+bool HandlersRecord(XdStream* xd, EditorList* list, EventHandlers* handlers) {
+  uint16_t count = handlers->count;
+  if (!XdUShort(xd, &count)) return false;
+  if (xd->direction == XD_DECODE && count > 0) {
+    if (!XdCountFits(xd, count, HANDLER_BYTES)) return false;
+    handlers->entries = list->arena.take_array<EventHandler>(count);
+    memset(static_cast<void*>(handlers->entries), 0,
+           count * sizeof(EventHandler));
+    handlers->count = handlers->capacity = count;
+  }
+  for (uint16_t i = 0; i < count; i++)
+    if (!HandlerRecord(xd, list, &handlers->entries[i])) return false;
+  return true;
 }
 
 // Everything of an object but its children: a type of 0 when there is none.
@@ -107,97 +137,42 @@ bool FieldsRecord(XdStream* xd, EditorList* list, MaskObject** place) {
   if (!XdUChar(xd, &type)) return false;
   if (xd->direction == XD_DECODE) {
     *place = nullptr;
-    if (type >= MASK_TYPE_COUNT) return false;
-    if (type != 0 &&
-        MaskCreateObject(list, "", MaskObjectType{type}, place) != RC_OK)
-      return false;
+    if (type >= MASK_TYPE_COUNT) return XdFail(xd, "a type that no object has");
+    if (type != 0) *place = MaskCreateObject(list, "", MaskObjectType{type});
   }
   MaskObject* object = *place;
   if (object == nullptr) return true;
   if (!XdStringBuf(xd, object->name, MASK_NAME_BYTES)) return false;
-  if (!AttributeListRecord(xd, &object->attributes)) return false;
-  if (!EventHandlersRecord(xd, &object->handlers, &list->arena)) return false;
+  if (!AttributeListRecord(xd, list, &object->attributes)) return false;
+  if (!HandlersRecord(xd, list, &object->handlers)) return false;
   return McXdrProgram(xd, &object->program);
 }
 
 // Puts an object that was read where it belongs. Only children have siblings.
-bool Attach(MaskObject* parent, MaskObject* object, MaskObject** place) {
+bool Attach(XdStream* xd, MaskObject* parent, MaskObject* object,
+            MaskObject** place) {
   if (parent != nullptr) {
     MaskAppendChild(parent, object);
     return true;
   }
-  if (*place != nullptr) return false;
+  if (*place != nullptr) return XdFail(xd, "an editor with a sibling");
   *place = object;
   return true;
 }
 
-bool MakePlaces(EditorList* list, uint32_t count) {
-  return UtGuarded([&] {
-           list->editors.assign(count, nullptr);
-           return RC_OK;
-         }) == RC_OK;
-}
-
-bool ReleaseList(XdStream* xd, EditorList* list) {
-  for (MaskObject* object = list->youngest; object != nullptr;
-       object = object->older) {
-    if (!EventHandlersRecord(xd, &object->handlers, &list->arena)) return false;
-    if (!McXdrProgram(xd, &object->program)) return false;
-  }
-  UtVector<MaskObject*>().swap(list->editors);
-  UtVector<uint32_t>().swap(list->names);
-  list->youngest = nullptr;
-  list->arena.release();
-  return true;
-}
-
-}  // namespace
-
-int MaskListWrite(EditorList* list, int transport, const char* path) {
-  FILE* file;
-  XdStream xd;
-  const int code = XdOpenForWriting(path, XD_KIND_MASK, transport, &file, &xd);
-  if (code != RC_OK) return code;
-  return XdCloseWritten(file, &xd, MaskListRecord(&xd, list));
-}
-
-int MaskListRead(const char* path, EditorList* list) {
-  MaskListFree(list);
-  FILE* file;
-  XdStream xd;
-  XdHeader header;
-  const int code =
-      XdOpenForReading(path, XD_KIND_MASK, XD_KIND_MASK, &file, &xd, &header);
-  if (code != RC_OK) return code;
-  const bool complete = MaskListRecord(&xd, list) && XdRemaining(&xd) == 0;
-  (void)XdDestroy(&xd);  // nothing is left to write
-  fclose(file);
-  if (!complete) MaskListFree(list);
-  return complete ? RC_OK : RC_BODY_FAILED;
-}
-
-bool MaskListRecord(XdStream* xd, EditorList* list) {
-  if (xd->direction == XD_FREE) return ReleaseList(xd, list);
-  auto count = static_cast<uint32_t>(list->editors.size());
-  if (!XdULong(xd, &count)) return false;
-  if (!XdCountFits(xd, count, EDITOR_BYTES)) return false;
-  if (xd->direction == XD_DECODE && !MakePlaces(list, count)) return false;
-  for (MaskObject*& editor : list->editors)
-    if (!MaskObjectRecord(xd, list, &editor)) return false;
-  return true;
-}
-
-bool MaskObjectRecord(XdStream* xd, EditorList* list, MaskObject** place) {
+// The object of one place, which may be empty, with everything in it and with
+// the siblings after it.
+bool ObjectRecord(XdStream* xd, EditorList* list, MaskObject** place) {
   MaskObject* parent = nullptr;
   MaskObject* object = *place;
   uint32_t depth = 0;
   for (;;) {
     if (!FieldsRecord(xd, list, &object)) return false;
     if (object != nullptr) {
-      if (xd->direction == XD_DECODE && !Attach(parent, object, place))
+      if (xd->direction == XD_DECODE && !Attach(xd, parent, object, place))
         return false;
       if (++depth > MASK_NESTING_LIMIT && xd->direction == XD_DECODE)
-        return false;
+        return XdFail(xd, "objects that nest too deep");
       parent = object;
       object = parent->first_child;
     } else {
@@ -210,42 +185,63 @@ bool MaskObjectRecord(XdStream* xd, EditorList* list, MaskObject** place) {
   }
 }
 
-bool AttributeListRecord(XdStream* xd, AttributeList* list) {
-  if (xd->direction == XD_FREE) {
-    AttributeListInit(list, list->arena);
-    return true;
-  }
-  uint16_t count = list->count;
-  if (!XdUShort(xd, &count)) return false;
-  if (xd->direction == XD_DECODE && count > 0) {
-    if (!XdCountFits(xd, count, ATTRIBUTE_BYTES)) return false;
-    list->entries = TakeTable<Attribute>(list->arena, count);
-    if (list->entries == nullptr) return false;
-    list->capacity = count;
-  }
-  const auto transfer =
-      xd->direction == XD_ENCODE ? WriteAttribute : ReadAttribute;
-  for (uint16_t i = 0; i < count; i++) {
-    if (!transfer(xd, list->arena, &list->entries[i])) return false;
-    if (xd->direction == XD_DECODE) list->count++;
-  }
+bool ListRecord(XdStream* xd, EditorList* list) {
+  auto count = static_cast<uint32_t>(list->editors.size());
+  if (!XdULong(xd, &count)) return false;
+  if (!XdCountFits(xd, count, EDITOR_BYTES)) return false;
+  if (xd->direction == XD_DECODE) list->editors.assign(count, nullptr);
+  for (MaskObject*& editor : list->editors)
+    if (!ObjectRecord(xd, list, &editor)) return false;
   return true;
 }
 
-bool EventHandlersRecord(XdStream* xd, EventHandlers* handlers,
-                         UtArena* arena) {
-  uint16_t count = handlers->count;
-  if (!XdUShort(xd, &count)) return false;
-  if (xd->direction == XD_DECODE && count > 0) {
-    if (!XdCountFits(xd, count, HANDLER_BYTES)) return false;
-    handlers->entries = TakeTable<EventHandler>(arena, count);
-    if (handlers->entries == nullptr) return false;
-    memset(static_cast<void*>(handlers->entries), 0,
-           count * sizeof(EventHandler));
-    handlers->count = handlers->capacity = count;
+bool WriteRecord(XdStream* xd, void* list) {
+  bool written = false;
+  return UtGuarded([&] {
+           written = ListRecord(xd, static_cast<EditorList*>(list));
+           return RC_OK;
+         }) == RC_OK &&
+         written;
+}
+
+}  // namespace
+
+int MaskListWrite(EditorList* list, int transport, const char* path) {
+  return XdWriteFile(path, XD_KIND_MASK, transport, XdPart::KEPT, WriteRecord,
+                     list);
+}
+
+int MaskListWriteToSink(EditorList* list, int transport, XdSink* sink) {
+  XdStream xd;
+  if (const int code = XdOpenForWriting(&xd, sink, transport)) return code;
+  XdWriteHeader(&xd, XD_KIND_MASK);
+  return WriteRecord(&xd, list) && XdDestroy(&xd) ? RC_OK : RC_BODY_FAILED;
+}
+
+int MaskListRead(const char* path, EditorList* list) {
+  MaskListFree(list);
+  UtString bytes;
+  switch (UtReadWhole(path, UT_LARGEST_FILE, &bytes)) {
+    case RC_OK: return MaskListReadFromBytes(bytes, list);
+    case RC_NO_MEMORY: return RC_BODY_FAILED;
+    default: return RC_CANNOT_CREATE;
   }
-  for (uint16_t i = 0; i < count; i++)
-    if (!HandlerRecord(xd, arena, &handlers->entries[i])) return false;
-  if (xd->direction == XD_FREE) *handlers = {};
-  return true;
+}
+
+int MaskListReadFromBytes(std::string_view bytes, EditorList* list) {
+  MaskListFree(list);
+  XdStream xd;
+  XdHeader header;
+  if (const int code =
+          XdOpenForReading(bytes, XD_KIND_MASK, XD_KIND_MASK, &xd, &header))
+    return code;
+  const uint32_t names = list->attribute_names->count();
+  const int code = UtGuarded([&] {
+    const bool complete = ListRecord(&xd, list) && XdRemaining(&xd) == 0;
+    return complete ? RC_OK : RC_BODY_FAILED;
+  });
+  if (code == RC_OK) return code;
+  MaskListFree(list);
+  list->attribute_names->forget_since(names);
+  return RC_BODY_FAILED;
 }

@@ -27,25 +27,19 @@ inline constexpr uint32_t MASK_NESTING_LIMIT = 150;
 
 // Writes the list as a file. Returns 0, RC_CANNOT_CREATE, RC_INVALID for an
 // unknown transport (the file is left empty), RC_HEADER_WRITE, or
-// RC_BODY_FAILED; what was written by then stays in the file.
+// RC_BODY_FAILED; what was written by then is put in the file's place.
 [[nodiscard]] int MaskListWrite(EditorList* list, int transport,
                                 const char* path);
 
-// Replaces the contents of the list by those of a file. Returns 0,
-// RC_CANNOT_CREATE when it cannot be opened, RC_HEADER_MAGIC,
-// RC_HEADER_VERSION, RC_INVALID for an unknown transport, or RC_BODY_FAILED;
-// the list is empty then. Attribute names stay in the registry of the run,
-// also those that a refused file held before its fault.
+// Writes the same bytes to a sink. Returns 0, RC_INVALID or RC_BODY_FAILED.
+[[nodiscard]] int MaskListWriteToSink(EditorList* list, int transport,
+                                      XdSink* sink);
+
+// Replace the contents of the list by those of a file, or of the bytes of one.
+// Return 0; RC_CANNOT_CREATE when the file cannot be opened or is no regular
+// file; RC_HEADER_MAGIC; RC_HEADER_VERSION; RC_INVALID for an unknown
+// transport; or RC_BODY_FAILED. A list that was refused is empty, and the names
+// of its attributes are forgotten.
 [[nodiscard]] int MaskListRead(const char* path, EditorList* list);
-
-// The record routines, each of which writes, reads or releases. The list is
-// the one that owns the objects; what is read hangs in its arena.
-[[nodiscard]] bool MaskListRecord(XdStream* xd, EditorList* list);
-
-// The object of one place, which may be empty, with everything in it and with
-// the siblings behind it.
-[[nodiscard]] bool MaskObjectRecord(XdStream* xd, EditorList* list,
-                                    MaskObject** place);
-[[nodiscard]] bool AttributeListRecord(XdStream* xd, AttributeList* list);
-[[nodiscard]] bool EventHandlersRecord(XdStream* xd, EventHandlers* handlers,
-                                       UtArena* arena);
+[[nodiscard]] int MaskListReadFromBytes(std::string_view bytes,
+                                        EditorList* list);

@@ -20,15 +20,9 @@
 #pragma once
 
 #include "elut/model/mask_objects.h"
+#include "services/channels.h"
 
 // Prints every editor. Returns 0, or RC_NO_MEMORY when there is none for the
 // indent of a nested object; printing ends there.
-[[nodiscard]] int MaskListPrint(unsigned channel, const EditorList* list);
-
-// Parts of it. `indent` stands in front of every line: a tab per level.
-[[nodiscard]] int MaskObjectPrint(unsigned channel, const char* indent,
-                                  const MaskObject* object);
-void AttributeListPrint(unsigned channel, const char* indent,
-                        const AttributeList* list);
-[[nodiscard]] int EventHandlersPrint(unsigned channel, const char* indent,
-                                     const EventHandlers* handlers);
+[[nodiscard]] int MaskListPrint(Channels* channels, unsigned channel,
+                                const EditorList* list);

@@ -1,9 +1,10 @@
+// A record routine lists the fields of its record in file order, once for both
+// directions. Trees are the exception: they are written from nodes that lie
+// about and read one node after the other.
 #include "elut/files/program_file.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "Cutil/codes.h"
+#include "Cutil/ut_file.h"
 #include "elut/model/tree_walk.h"
 #include "util/xd_header.h"
 
@@ -25,15 +26,6 @@ struct Body {
   bool reading() const { return xd->direction == XD_DECODE; }
   bool text(const char** text) { return XdText(xd, &program->arena, text); }
 };
-
-// Transfers an enumeration of one byte, which must be below `count`.
-template <class Enum>
-bool XdEnum(XdStream* xd, Enum* value, unsigned count) {
-  auto code = static_cast<uint8_t>(*value);
-  if (!XdUChar(xd, &code) || code >= count) return false;
-  *value = static_cast<Enum>(code);
-  return true;
-}
 
 // Transfers the 16-bit count of a table whose entries take at least
 // `entry_bytes`, and makes room for what is read.
@@ -71,9 +63,8 @@ bool McXdrValue(Body* body, McConstant* constant) {
     return XdCharacters(xd, const_cast<char*>(constant->text),
                         constant->length);
   if (!XdCountFits(xd, constant->length, 1)) return false;
-  auto* text = static_cast<char*>(
-      body->program->arena.take(size_t{constant->length} + 1));
-  if (text == nullptr) return false;
+  auto* text =
+      body->program->arena.take_array<char>(size_t{constant->length} + 1);
   text[constant->length] = '\0';
   constant->text = text;
   return XdCharacters(xd, text, constant->length);
@@ -88,7 +79,7 @@ bool McXdrConstants(Body* body) {
     McConstant constant = {};
     if (body->writing()) constant = constants[i];
     if (!McXdrValue(body, &constant)) return false;
-    if (body->reading() && constants.append(constant) != RC_OK) return false;
+    if (body->reading()) constants.append(constant);
   }
   return true;
 }
@@ -190,7 +181,6 @@ bool ReadTree(Body* body, McNodeRef* root) {
     }
     if (!ReferenceHolds(body, node)) return false;
     const McNodeRef made = nodes.take();
-    if (made == 0) return false;
     nodes[made] = node;
     if (path.empty())
       *root = made;
@@ -227,9 +217,7 @@ bool McXdrNodeCount(Body* body, McNodeRef root) {
 bool McXdrRange(Body* body, McVar* variable) {
   XdStream* xd = body->xd;
   if (body->reading()) {
-    variable->range =
-        static_cast<McRange*>(body->program->arena.take(sizeof(McRange)));
-    if (variable->range == nullptr) return false;
+    variable->range = body->program->arena.take_array<McRange>(1);
   }
   McRange* range = variable->range;
   if (variable->type == McValueType::INTEGER)
@@ -243,9 +231,8 @@ bool McXdrRange(Body* body, McVar* variable) {
 bool McXdrDims(Body* body, McVar* variable) {
   XdStream* xd = body->xd;
   if (body->reading()) {
-    variable->dims = static_cast<McDim*>(
-        body->program->arena.take(variable->dim_count * sizeof(McDim)));
-    if (variable->dims == nullptr) return false;
+    variable->dims =
+        body->program->arena.take_array<McDim>(variable->dim_count);
   }
   for (unsigned i = 0; i < variable->dim_count; i++) {
     McDim* dim = &variable->dims[i];
@@ -391,59 +378,73 @@ bool McXdrProgramBody(XdStream* xd, McProgram* program) {
   return !body.reading() || AllVariablesHold(&body);
 }
 
-void RemoveRegular(const char* path) {
-  struct stat status;
-  if (lstat(path, &status) == 0 && S_ISREG(status.st_mode)) unlink(path);
+XdFileKind KindOf(const McProgram* program) {
+  return program->body != 0 ? XD_KIND_PROGRAM : XD_KIND_MODULE;
+}
+
+bool WriteRecord(XdStream* xd, void* program) {
+  auto* record = static_cast<McProgram*>(program);
+  bool written = false;
+  return UtGuarded([&] {
+           written = McXdrProgram(xd, &record);
+           return RC_OK;
+         }) == RC_OK &&
+         written;
 }
 
 }  // namespace
 
 int McXdrWriteToFile(McProgram* program, int transport, const char* path) {
-  FILE* file;
-  XdStream xd;
-  int code = XdOpenForWriting(
-      path, program->body != 0 ? XD_KIND_PROGRAM : XD_KIND_MODULE, transport,
-      &file, &xd);
-  if (code == RC_OK)
-    code = XdCloseWritten(file, &xd, McXdrProgram(&xd, &program));
   // Nobody may take a part of a program for the whole.
-  if (code != RC_OK && code != RC_CANNOT_CREATE) RemoveRegular(path);
-  return code;
+  return XdWriteFile(path, KindOf(program), transport, XdPart::DROPPED,
+                     WriteRecord, program);
 }
 
-int McXdrReadFromFile(const char* path, McProgram** program) {
-  *program = nullptr;
-  FILE* file;
+int McXdrWriteToSink(McProgram* program, int transport, XdSink* sink) {
+  XdStream xd;
+  if (const int code = XdOpenForWriting(&xd, sink, transport)) return code;
+  XdWriteHeader(&xd, KindOf(program));
+  return WriteRecord(&xd, program) && XdDestroy(&xd) ? RC_OK : RC_BODY_FAILED;
+}
+
+int McXdrReadFromFile(const char* path, UtPtr<McProgram>* program) {
+  program->reset();
+  UtString bytes;
+  switch (UtReadWhole(path, UT_LARGEST_FILE, &bytes)) {
+    case RC_OK: return McXdrReadFromBytes(bytes, program);
+    case RC_NO_MEMORY: return RC_BODY_FAILED;
+    default: return RC_CANNOT_CREATE;
+  }
+}
+
+int McXdrReadFromBytes(std::string_view bytes, UtPtr<McProgram>* program) {
+  program->reset();
   XdStream xd;
   XdHeader header;
-  const int code = XdOpenForReading(path, XD_KIND_PROGRAM, XD_KIND_MODULE,
-                                    &file, &xd, &header);
-  if (code != RC_OK) return code;
-  const bool read = McXdrProgram(&xd, program) && *program != nullptr &&
-                    XdRemaining(&xd) == 0 &&
-                    ((*program)->body != 0) == (header.kind == XD_KIND_PROGRAM);
-  (void)XdDestroy(&xd);
-  fclose(file);
-  if (read) return RC_OK;
-  McProgramFree(program);
+  if (const int code = XdOpenForReading(bytes, XD_KIND_PROGRAM, XD_KIND_MODULE,
+                                        &xd, &header))
+    return code;
+  const int code = UtGuarded([&] {
+    McProgram* read = nullptr;
+    const bool complete = McXdrProgram(&xd, &read);
+    program->reset(read);
+    const bool sound = complete && read != nullptr && XdRemaining(&xd) == 0 &&
+                       KindOf(read) == header.kind;
+    return sound ? RC_OK : RC_BODY_FAILED;
+  });
+  if (code == RC_OK) return code;
+  program->reset();
   return RC_BODY_FAILED;
 }
 
 bool McXdrProgram(XdStream* xd, McProgram** slot) {
-  if (xd->direction == XD_FREE) {
-    UtDelete(slot);
-    return true;
-  }
   uint8_t present = *slot != nullptr;
   if (!XdUChar(xd, &present)) return false;
+  if (present > 1) return XdFail(xd, "a program that is neither there nor not");
   if (present == 0) return true;
-  if (xd->direction == XD_DECODE) {
-    if (present != 1) return false;
-    *slot = McProgramCreate();
-  }
-  if (*slot == nullptr) return false;
-  const int code = UtGuarded(
-      [&] { return McXdrProgramBody(xd, *slot) ? RC_OK : RC_BODY_FAILED; });
-  if (code != RC_OK && xd->direction == XD_DECODE) UtDelete(slot);
-  return code == RC_OK;
+  if (xd->direction == XD_ENCODE) return McXdrProgramBody(xd, *slot);
+  UtPtr<McProgram> program = McProgramCreate();
+  if (!McXdrProgramBody(xd, program.get())) return false;
+  *slot = program.release();
+  return true;
 }

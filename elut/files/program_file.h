@@ -24,26 +24,34 @@
 //
 // A BLOCK over PRINT 5, plain:  08 0E 02 00 00 00 05 00 00 00
 //
-// One routine per record writes, reads and releases it. Reading believes no
-// count, index or code; it refuses what no compiler writes.
+// One routine per record writes and reads it. Reading believes no count, index
+// or code; it refuses what no compiler writes.
 #pragma once
 
 #include "elut/model/program.h"
 #include "util/XD_main.h"
 
 // Writes `program` to `path`, as a module when it has no main body; a
-// `transport` of 1 is XDR, 4 is plain. A regular file that could not be
-// completed is removed again. Returns 0, RC_CANNOT_CREATE, RC_INVALID for
+// `transport` of 1 is XDR, 4 is plain. A file that could not be completed is
+// not put there (ut_file.h). Returns 0, RC_CANNOT_CREATE, RC_INVALID for
 // another transport, RC_HEADER_WRITE or RC_BODY_FAILED.
 [[nodiscard]] int McXdrWriteToFile(McProgram* program, int transport,
                                    const char* path);
 
-// Reads a program or module that McXdrWriteToFile wrote. `*program` becomes the
-// caller's; it is nullptr when the call fails. Returns 0, the codes of
-// XdOpenForReading, or RC_BODY_FAILED.
-[[nodiscard]] int McXdrReadFromFile(const char* path, McProgram** program);
+// Writes the same bytes to a sink. Returns 0, RC_INVALID or RC_BODY_FAILED.
+[[nodiscard]] int McXdrWriteToSink(McProgram* program, int transport,
+                                   XdSink* sink);
 
-// The record. Reading creates the program in `*slot`, which must be nullptr,
-// or leaves it so; releasing frees it and clears the slot. A failed read leaves
-// nothing behind.
+// Reads a program or module, from a file or from the bytes of one. `*program`
+// is none when the call fails. Returns 0; RC_CANNOT_CREATE when the file cannot
+// be opened or is no regular file; the codes of XdOpenForReading; or
+// RC_BODY_FAILED.
+[[nodiscard]] int McXdrReadFromFile(const char* path,
+                                    UtPtr<McProgram>* program);
+[[nodiscard]] int McXdrReadFromBytes(std::string_view bytes,
+                                     UtPtr<McProgram>* program);
+
+// The record, which is written, or read: then it makes the program in `*slot`,
+// which must be nullptr, or leaves it so. A failed read leaves nothing behind.
+// Throws bad_alloc.
 [[nodiscard]] bool McXdrProgram(XdStream* xd, McProgram** slot);

@@ -1,3 +1,5 @@
+// A table of a few entries is searched from its start; a larger one has an
+// index.
 #include "elut/model/constants.h"
 
 #include <bit>
@@ -7,9 +9,7 @@
 
 namespace {
 
-constexpr size_t FEWEST_SLOTS = 32;
-constexpr size_t FEWEST_ENTRIES = 16;
-// A table this small is searched without slots: the many programs of a mask
+// A table this small is searched without an index: the many programs of a mask
 // file have few constants each.
 constexpr uint32_t FEW_ENTRIES = 8;
 
@@ -30,99 +30,68 @@ uint32_t Hash(const McConstant& constant) {
 
 }  // namespace
 
-// The slot of an equal constant, or the empty one where `constant` belongs.
-McConstants::Slot* McConstants::slot_of(const McConstant& constant,
-                                        uint32_t hash) {
-  const size_t mask = slots_.size() - 1;
-  for (size_t i = hash & mask;; i = (i + 1) & mask) {
-    Slot* slot = &slots_[i];
-    if (slot->number == 0) return slot;
-    if (slot->hash == hash && Equal(entries_[slot->number - 1], constant))
-      return slot;
-  }
+// The index entry of an equal constant, or the empty one where `constant`
+// belongs.
+UtNumbered* McConstants::slot_of(const McConstant& constant, uint32_t hash) {
+  return index_.slot(hash, [&](const UtNumbered& entry) {
+    return entry.hash == hash && Equal(entries_[entry.number()], constant);
+  });
 }
 
 // Makes entry `index` one that is found. No NaN ever is: they would only crowd
-// the slots.
+// the index.
 void McConstants::enter(uint32_t index) {
   const McConstant& constant = entries_[index];
   if (!Equal(constant, constant)) return;
   const uint32_t hash = Hash(constant);
-  Slot* slot = slot_of(constant, hash);
-  if (slot->number == 0) *slot = {hash, index + 1};
+  UtNumbered* slot = slot_of(constant, hash);
+  if (slot->empty()) index_.fill(slot, UtNumbered(hash, index));
 }
 
-// Makes room for one more entry, and lets all that are there be found. May
-// throw bad_alloc, with the table as it was.
+// Lets all that are there be found, and makes room for one more.
 void McConstants::make_room() {
-  if (entries_.size() == entries_.capacity())
-    entries_.reserve(entries_.size() * 2 + FEWEST_ENTRIES);
-  if ((entries_.size() + 1) * 2 > slots_.size()) {
-    const size_t size = std::bit_ceil((entries_.size() + 1) * 4);
-    UtVector<Slot> slots(size < FEWEST_SLOTS ? FEWEST_SLOTS : size);
-    slots_.swap(slots);
-    entered_ = 0;
+  for (; entered_ < count(); ++entered_) {
+    index_.make_room(32);
+    enter(entered_);
   }
-  for (; entered_ < count(); ++entered_) enter(entered_);
+  index_.make_room(32);
 }
 
-int McConstants::add(UtArena* arena, McConstant constant, uint32_t* index) {
-  *index = 0;
-  return UtGuarded([&] {
-    Slot* slot = nullptr;
-    const uint32_t hash = Hash(constant);
-    if (count() < FEW_ENTRIES) {
-      for (uint32_t i = 0; i < count(); i++) {
-        if (!Equal(entries_[i], constant)) continue;
-        *index = i;
-        return RC_OK;
-      }
-    } else {
-      make_room();
-      slot = slot_of(constant, hash);
-      if (slot->number != 0) {
-        *index = slot->number - 1;
-        return RC_OK;
-      }
-    }
-    if (constant.type == McValueType::STRING) {
-      constant.text = arena->copy(constant.text, constant.length);
-      if (constant.text == nullptr) return RC_NO_MEMORY;
-    }
-    entries_.push_back(constant);
-    *index = count() - 1;
-    if (slot == nullptr) return RC_OK;
+uint32_t McConstants::add(UtArena* arena, McConstant constant) {
+  UtNumbered* slot = nullptr;
+  uint32_t hash = 0;
+  if (count() < FEW_ENTRIES) {
+    for (uint32_t i = 0; i < count(); i++)
+      if (Equal(entries_[i], constant)) return i;
+  } else {
+    make_room();
+    hash = Hash(constant);
+    slot = slot_of(constant, hash);
+    if (!slot->empty()) return slot->number();
+  }
+  if (constant.type == McValueType::STRING)
+    constant.text = arena->copy(constant.text, constant.length);
+  entries_.push_back(constant);
+  const uint32_t index = count() - 1;
+  if (slot != nullptr) {
     entered_ = count();
-    if (Equal(constant, constant)) *slot = {hash, count()};
-    return RC_OK;
-  });
+    if (Equal(constant, constant)) index_.fill(slot, UtNumbered(hash, index));
+  }
+  return index;
 }
 
-int McConstants::add_real(double real, uint32_t* index) {
+uint32_t McConstants::add_real(double real) {
   McConstant constant = {};
   constant.type = McValueType::REAL;
   constant.real = real;
-  return add(nullptr, constant, index);
+  return add(nullptr, constant);
 }
 
-int McConstants::add_string(UtArena* arena, const char* text, uint32_t length,
-                            uint32_t* index) {
+uint32_t McConstants::add_string(UtArena* arena, const char* text,
+                                 uint32_t length) {
   McConstant constant = {};
   constant.type = McValueType::STRING;
   constant.length = length;
   constant.text = text;
-  return add(arena, constant, index);
-}
-
-int McConstants::append(const McConstant& constant) {
-  return UtGuarded([&] {
-    entries_.push_back(constant);
-    return RC_OK;
-  });
-}
-
-void McConstants::clear() {
-  UtVector<McConstant>().swap(entries_);
-  UtVector<Slot>().swap(slots_);
-  entered_ = 0;
+  return add(arena, constant);
 }

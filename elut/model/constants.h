@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "Cutil/ut_arena.h"
+#include "Cutil/ut_index.h"
 #include "Cutil/ut_memory.h"
 #include "elut/model/value.h"
 
@@ -24,31 +25,26 @@ struct McConstant {
 class McConstants {
  public:
   // The index of the constant, which is added when there is no equal one; the
-  // text is copied. Return 0, or RC_NO_MEMORY with the table as it was.
-  [[nodiscard]] int add_real(double real, uint32_t* index);
-  [[nodiscard]] int add_string(UtArena* arena, const char* text,
-                               uint32_t length, uint32_t* index);
+  // text is copied. Throw bad_alloc, with the table as it was.
+  [[nodiscard]] uint32_t add_real(double real);
+  [[nodiscard]] uint32_t add_string(UtArena* arena, const char* text,
+                                    uint32_t length);
 
   // Appends a constant as it was read from a file, whether there is an equal
-  // one or not; its text stays where it is. Returns 0 or RC_NO_MEMORY.
-  [[nodiscard]] int append(const McConstant& constant);
+  // one or not; its text stays where it is. Throws bad_alloc.
+  void append(const McConstant& constant) { entries_.push_back(constant); }
 
   uint32_t count() const { return static_cast<uint32_t>(entries_.size()); }
   const McConstant& operator[](uint32_t index) const { return entries_[index]; }
-  void clear();
 
  private:
-  struct Slot {
-    uint32_t hash;
-    uint32_t number;  // index + 1; 0: empty
-  };
-  int add(UtArena* arena, McConstant constant, uint32_t* index);
+  uint32_t add(UtArena* arena, McConstant constant);
   void make_room();
   void enter(uint32_t index);
-  Slot* slot_of(const McConstant& constant, uint32_t hash);
+  UtNumbered* slot_of(const McConstant& constant, uint32_t hash);
 
   UtVector<McConstant> entries_;
-  UtVector<Slot> slots_;  // size 0 or a power of two, at most half full
-  uint32_t entered_ = 0;  // entries that are in slots_; the first add enters
-                          // those that were appended
+  UtIndex<UtNumbered> index_;
+  uint32_t entered_ = 0;  // entries that the index knows; the first add that
+                          // needs it enters the others
 };

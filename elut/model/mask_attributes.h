@@ -3,7 +3,7 @@
 // Any object and any handler may be given an attribute of any name. Only the
 // type of a name's values is fixed: by the first use of the name in the run,
 // whatever file it stands in. The registry of names keeps them, numbered in
-// the order of their first use, until the process ends.
+// the order of their first use, as long as the run lasts.
 //
 // A list takes the memory for its entries and texts from the arena that it was
 // made with, the one of its EditorList, and goes when that arena goes.
@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "Cutil/ut_arena.h"
+#include "util/string_pool.h"
 
 enum class AttributeType : uint8_t {
   INTEGER = 1,
@@ -44,29 +45,37 @@ inline constexpr uint32_t ATTRIBUTE_NAME_LIMIT = 65536;  // of a run
 // Makes the list empty. What it held stays in its arena.
 void AttributeListInit(AttributeList* list, UtArena* arena);
 
-// Append an attribute; an empty text is stored as none. They return 0,
-// RC_NO_MEMORY, or RC_INVALID in one of three cases, which the list's count
-// tells apart:
-//   - the name has values of the other type. An entry of the name's type with
-//     an empty value, 0 or no text, was appended all the same;
-//   - the list is full, that is, its count is ATTRIBUTE_LIMIT, or
-//   - the run has no room for one more name. Nothing was appended.
-[[nodiscard]] int AttributeListAdd(AttributeList* list, const char* name,
-                                   int32_t integer);
-[[nodiscard]] int AttributeListAdd(AttributeList* list, const char* name,
-                                   const char* text);
+// The names of a run.
+class AttributeNames {
+ public:
+  // The number of a name, which is registered with the type given when it is
+  // new. `*type` becomes the type that the name has, STRING for either kind of
+  // text. Returns 0, or RC_NAMES_FULL when there are ATTRIBUTE_NAME_LIMIT
+  // names. Throws bad_alloc.
+  [[nodiscard]] int take(const char* name, AttributeType* type,
+                         uint16_t* number);
 
-// The registry of names ----------------------------------------------------
+  // The name of that number.
+  [[nodiscard]] const char* name(uint16_t number) const;
 
-// The number of a name, which is registered with the type given when it is
-// new. `*type` becomes the type that the name has, STRING for either kind of
-// text. Returns 0, RC_INVALID when there are ATTRIBUTE_NAME_LIMIT names, or
-// RC_NO_MEMORY.
-[[nodiscard]] int AttributeNameRegister(const char* name, AttributeType* type,
-                                        uint16_t* number);
+  uint32_t count() const { return static_cast<uint32_t>(types_.size()); }
 
-// The name of that number.
-const char* AttributeName(uint16_t number);
+  // Forgets the names that were registered since there were `count`. No list
+  // may use them.
+  void forget_since(uint32_t count);
 
-// For tests: forgets all names. No list may be in use.
-void AttributeNamesReset();
+ private:
+  StringPool names_;               // the slot of a name is its number
+  UtVector<AttributeType> types_;  // of the values, by number
+};
+
+// Append an attribute; an empty text is stored as none. They return 0; or,
+// without appending anything, RC_TABLE_FULL when the list has ATTRIBUTE_LIMIT
+// entries, or RC_NAMES_FULL when the run has no room for one more name. With
+// RC_TYPE_CLASH the name has values of the other type: an entry of the name's
+// type with an empty value, 0 or no text, was appended all the same. They throw
+// bad_alloc.
+[[nodiscard]] int AttributeListAdd(AttributeNames* names, AttributeList* list,
+                                   const char* name, int32_t integer);
+[[nodiscard]] int AttributeListAdd(AttributeNames* names, AttributeList* list,
+                                   const char* name, const char* text);

@@ -1,3 +1,5 @@
+// Key names are looked up by bisection; handlers live in the arena of their
+// EditorList.
 #include "elut/model/mask_events.h"
 
 #include <algorithm>
@@ -37,19 +39,27 @@ static_assert(std::ranges::is_sorted(KEY_NAMES, {}, &KeyName::name));
 
 constexpr uint32_t FIRST_CAPACITY = 2;
 
-// A table grows by doubling, like the lists of attributes.
-int MakeRoom(EventHandlers* handlers, UtArena* arena) {
-  if (handlers->count < handlers->capacity) return RC_OK;
-  if (handlers->count >= HANDLER_LIMIT) return RC_INVALID;
-  const uint32_t capacity = std::clamp<uint32_t>(handlers->capacity * 2u,
-                                                 FIRST_CAPACITY, HANDLER_LIMIT);
-  void* block = arena->take(capacity * sizeof(EventHandler));
-  if (block == nullptr) return RC_NO_MEMORY;
-  if (handlers->count > 0)
-    memcpy(block, handlers->entries, handlers->count * sizeof(EventHandler));
-  handlers->entries = static_cast<EventHandler*>(block);
-  handlers->capacity = static_cast<uint16_t>(capacity);
-  return RC_OK;
+// Appends a handler without a body, or nullptr when the table is full. The
+// table grows by doubling, like the lists of attributes.
+EventHandler* Append(MaskObject* object, EventSpec event, HandlerKind kind) {
+  EventHandlers* handlers = &object->handlers;
+  if (handlers->count >= HANDLER_LIMIT) return nullptr;
+  if (handlers->count == handlers->capacity) {
+    const uint32_t capacity = std::clamp<uint32_t>(
+        handlers->capacity * 2u, FIRST_CAPACITY, HANDLER_LIMIT);
+    auto* entries =
+        object->attributes.arena->take_array<EventHandler>(capacity);
+    if (handlers->count > 0)
+      memcpy(entries, handlers->entries,
+             handlers->count * sizeof(EventHandler));
+    handlers->entries = entries;
+    handlers->capacity = static_cast<uint16_t>(capacity);
+  }
+  EventHandler* handler = &handlers->entries[handlers->count++];
+  handler->event = event;
+  handler->kind = kind;
+  handler->program = nullptr;
+  return handler;
 }
 
 }  // namespace
@@ -75,32 +85,17 @@ uint32_t McKeyLookup(const char* text) {
   return static_cast<unsigned char>(*text);
 }
 
-int MaskAddAttributeHandler(MaskObject* object, EventSpec event,
-                            AttributeList** attributes) {
-  *attributes = nullptr;
-  EventHandlers* handlers = &object->handlers;
-  UtArena* arena = object->attributes.arena;
-  const int code = MakeRoom(handlers, arena);
-  if (code != RC_OK) return code;
-  EventHandler* handler = &handlers->entries[handlers->count++];
-  handler->event = event;
-  handler->kind = HandlerKind::ATTRIBUTES;
-  AttributeListInit(&handler->attributes, arena);
-  *attributes = &handler->attributes;
-  return RC_OK;
+AttributeList* MaskAddAttributeHandler(MaskObject* object, EventSpec event) {
+  EventHandler* handler = Append(object, event, HandlerKind::ATTRIBUTES);
+  if (handler == nullptr) return nullptr;
+  AttributeListInit(&handler->attributes, object->attributes.arena);
+  return &handler->attributes;
 }
 
-int MaskAddProgramHandler(MaskObject* object, EventSpec event,
-                          McProgram** program) {
-  *program = nullptr;
-  EventHandlers* handlers = &object->handlers;
-  const int code = MakeRoom(handlers, object->attributes.arena);
-  if (code != RC_OK) return code;
-  *program = McProgramCreate();
-  if (*program == nullptr) return RC_NO_NODE;
-  EventHandler* handler = &handlers->entries[handlers->count++];
-  handler->event = event;
-  handler->kind = HandlerKind::PROGRAM;
-  handler->program = *program;
-  return RC_OK;
+McProgram* MaskAddProgramHandler(MaskObject* object, EventSpec event) {
+  UtPtr<McProgram> program = McProgramCreate();
+  EventHandler* handler = Append(object, event, HandlerKind::PROGRAM);
+  if (handler == nullptr) return nullptr;
+  handler->program = program.release();
+  return handler->program;
 }

@@ -92,10 +92,10 @@ struct EventHandlers {
 inline constexpr uint32_t HANDLER_LIMIT = 65528;
 
 // Append a handler to an object and hand out its empty body. The list that is
-// handed out moves when the object gets another handler. They return 0,
-// RC_INVALID when the object has HANDLER_LIMIT handlers, RC_NO_MEMORY, or
-// RC_NO_NODE when the program cannot be made; the object is unchanged then.
-[[nodiscard]] int MaskAddAttributeHandler(MaskObject* object, EventSpec event,
-                                          AttributeList** attributes);
-[[nodiscard]] int MaskAddProgramHandler(MaskObject* object, EventSpec event,
-                                        McProgram** program);
+// handed out moves when the object gets another handler. They return nullptr
+// when the object has HANDLER_LIMIT handlers, and throw bad_alloc; the object
+// is unchanged then.
+[[nodiscard]] AttributeList* MaskAddAttributeHandler(MaskObject* object,
+                                                     EventSpec event);
+[[nodiscard]] McProgram* MaskAddProgramHandler(MaskObject* object,
+                                               EventSpec event);

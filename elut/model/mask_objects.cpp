@@ -1,47 +1,23 @@
+// Objects are chained in the order in which they were made, so that releasing
+// a list needs no walk through their nesting: only programs own memory outside
+// the arena, and every object that may hold one is in the chain.
 #include "elut/model/mask_objects.h"
 
 #include <cstring>
 
-#include "Cutil/codes.h"
 #include "Cutil/ut_hash.h"
-#include "elut/files/mask_file.h"
 #include "elut/model/program.h"
-#include "services/channels.h"
-
-// The index of editors is a table of slots, a power of two, that is at most
-// half full. A name looks for its slot from the one that its hash points to
-// onwards. The table is made anew, twice as large, when it would become too
-// full, and also for the first editor that is added behind editors read from
-// a file.
+#include "elut/syntax/scanner.h"
 
 namespace {
 
 constexpr size_t FIRST_SLOTS = 64;
-constexpr unsigned WARNING_CHANNEL = 2;
 
-// The slot of the editor of that name, or the empty slot where it belongs.
-uint32_t* SlotOf(EditorList* list, const char* name) {
-  const size_t last = list->names.size() - 1;
-  // Names are filled up with zeros, so all 32 bytes can be compared.
-  for (size_t i = UtHash(name, MASK_NAME_BYTES) & last;; i = (i + 1) & last) {
-    uint32_t* slot = &list->names[i];
-    if (*slot == 0) return slot;
-    if (memcmp(list->editors[*slot - 1]->name, name, MASK_NAME_BYTES) == 0)
-      return slot;
-  }
-}
-
-// Makes room for one more name. Throws bad_alloc with the list unchanged.
-void MakeRoom(EditorList* list) {
-  const size_t needed = 2 * (list->editors.size() + 1);
-  if (needed <= list->names.size()) return;
-  size_t slots = FIRST_SLOTS;
-  while (slots < needed) slots *= 2;
-  UtVector<uint32_t>(slots).swap(list->names);
-  for (uint32_t i = 0; i < list->editors.size(); i++) {
-    if (list->editors[i] == nullptr) continue;
-    uint32_t* slot = SlotOf(list, list->editors[i]->name);
-    if (*slot == 0) *slot = i + 1;
+void FreePrograms(MaskObject* object) {
+  McProgramFree(&object->program);
+  for (uint16_t i = 0; i < object->handlers.count; i++) {
+    EventHandler* handler = &object->handlers.entries[i];
+    if (handler->kind == HandlerKind::PROGRAM) McProgramFree(&handler->program);
   }
 }
 
@@ -51,17 +27,16 @@ EditorList::~EditorList() {
   MaskListFree(this);
 }
 
-int MaskCreateObject(EditorList* list, const char* name, MaskObjectType type,
-                     MaskObject** object) {
-  *object = static_cast<MaskObject*>(list->arena.take(sizeof(MaskObject)));
-  if (*object == nullptr) return RC_NO_MEMORY;
-  **object = {};
-  (*object)->type = type;
-  memcpy((*object)->name, name, strnlen(name, MASK_NAME_BYTES - 1));
-  AttributeListInit(&(*object)->attributes, &list->arena);
-  (*object)->older = list->youngest;
-  list->youngest = *object;
-  return RC_OK;
+MaskObject* MaskCreateObject(EditorList* list, const char* name,
+                             MaskObjectType type) {
+  auto* object = list->arena.take_array<MaskObject>(1);
+  *object = {};
+  object->type = type;
+  memcpy(object->name, name, strnlen(name, MASK_NAME_BYTES - 1));
+  AttributeListInit(&object->attributes, &list->arena);
+  object->older = list->youngest;
+  list->youngest = object;
+  return object;
 }
 
 void MaskAppendChild(MaskObject* parent, MaskObject* child) {
@@ -73,33 +48,37 @@ void MaskAppendChild(MaskObject* parent, MaskObject* child) {
   parent->last_child = child;
 }
 
-int MaskAddEditor(EditorList* list, MaskObject* object) {
-  return UtGuarded([&] {
-    MakeRoom(list);
-    uint32_t* slot = SlotOf(list, object->name);
-    if (*slot != 0) {
-      ChannelPrint(WARNING_CHANNEL, "Ignore 2nd definition of editor %s",
-                   object->name);
-      return RC_OK;
-    }
-    list->editors.push_back(object);
-    *slot = static_cast<uint32_t>(list->editors.size());
-    return RC_OK;
+void MaskAddEditor(EditorList* list, MaskObject* object,
+                   McReportSink* reports) {
+  list->names.make_room(FIRST_SLOTS);
+  // Names are filled up with zeros, so all 32 bytes can be compared.
+  const uint32_t hash = UtHash(object->name, MASK_NAME_BYTES);
+  UtNumbered* slot = list->names.slot(hash, [&](const UtNumbered& entry) {
+    return entry.hash == hash && memcmp(list->editors[entry.number()]->name,
+                                        object->name, MASK_NAME_BYTES) == 0;
   });
+  if (!slot->empty()) {
+    McReportText(reports, McReportKind::WARNING,
+                 "Ignore 2nd definition of editor %s", object->name);
+    return;
+  }
+  list->editors.push_back(object);
+  list->names.fill(slot, UtNumbered(hash, list->editors.size() - 1));
 }
 
-int MaskSetModule(MaskObject* object, McProgram** program) {
-  *program = McProgramCreate();
-  if (*program == nullptr) return RC_NO_NODE;
+McProgram* MaskSetModule(MaskObject* object) {
+  McProgram* program = McProgramCreate().release();
   McProgramFree(&object->program);
-  object->program = *program;
-  return RC_OK;
+  object->program = program;
+  return program;
 }
 
 void MaskListFree(EditorList* list) {
-  XdStream xd;
-  XdCreateRelease(&xd);
-  // Releasing never fails, and there is nothing to hand to a file.
-  (void)MaskListRecord(&xd, list);
-  (void)XdDestroy(&xd);
+  for (MaskObject* object = list->youngest; object != nullptr;
+       object = object->older)
+    FreePrograms(object);
+  UtVector<MaskObject*>().swap(list->editors);
+  list->names.clear();
+  list->youngest = nullptr;
+  list->arena.release();
 }

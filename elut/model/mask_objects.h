@@ -15,11 +15,13 @@
 #include <cstdint>
 
 #include "Cutil/ut_arena.h"
+#include "Cutil/ut_index.h"
 #include "Cutil/ut_memory.h"
 #include "elut/model/mask_attributes.h"
 #include "elut/model/mask_events.h"
 
 struct McProgram;
+class McReportSink;
 
 enum class MaskObjectType : uint8_t {
   NONE = 0,
@@ -66,34 +68,34 @@ struct MaskObject {
 };
 
 struct EditorList {
-  EditorList() = default;
+  // The names outlive the list.
+  explicit EditorList(AttributeNames* names_of_run)
+      : attribute_names(names_of_run) {}
   EditorList(const EditorList&) = delete;
   EditorList& operator=(const EditorList&) = delete;
   ~EditorList();
 
-  UtVector<MaskObject*> editors;   // a file may hold empty places: nullptr
-  UtVector<uint32_t> names;        // index of the editors' names: number + 1
-  MaskObject* youngest = nullptr;  // object, attached or not
+  AttributeNames* attribute_names;  // of the run
+  UtVector<MaskObject*> editors;    // a file may hold empty places: nullptr
+  UtIndex<UtNumbered> names;        // of the editors; not of those read
+  MaskObject* youngest = nullptr;   // object, attached or not
   UtArena arena;
 };
 
-// A new object of that type, its name cut to 31 characters. Returns 0 or
-// RC_NO_MEMORY.
-[[nodiscard]] int MaskCreateObject(EditorList* list, const char* name,
-                                   MaskObjectType type, MaskObject** object);
+// A new object of that type, its name cut to 31 characters. Throws bad_alloc.
+[[nodiscard]] MaskObject* MaskCreateObject(EditorList* list, const char* name,
+                                           MaskObjectType type);
 
 // Makes `child` the last child of `parent`.
 void MaskAppendChild(MaskObject* parent, MaskObject* child);
 
 // Makes the object an editor. One whose name another editor has, be it the
-// empty name, is ignored with a warning on channel 2. Returns 0 or
-// RC_NO_MEMORY.
-[[nodiscard]] int MaskAddEditor(EditorList* list, MaskObject* object);
+// empty name, is ignored with a warning. Throws bad_alloc.
+void MaskAddEditor(EditorList* list, MaskObject* object, McReportSink* reports);
 
 // Gives the object a new program for its MODULE block, in place of the one it
-// may have. Returns 0, or RC_NO_NODE when the program cannot be made; the
-// object is unchanged then.
-[[nodiscard]] int MaskSetModule(MaskObject* object, McProgram** program);
+// may have. Throws bad_alloc; the object is unchanged then.
+[[nodiscard]] McProgram* MaskSetModule(MaskObject* object);
 
 // Releases everything; the list is empty then.
 void MaskListFree(EditorList* list);

@@ -1,21 +1,20 @@
+// What a program owns hangs in its vectors and its arena, so releasing it is
+// nothing but its destructor.
 #include "elut/model/program.h"
 
 #include <cstring>
 #include <string_view>
 
 #include "Cutil/codes.h"
+#include "Cutil/ut_chars.h"
 #include "Cutil/ut_hash.h"
-#include "elut/files/program_file.h"
+#include "Cutil/ut_index.h"
 
 namespace {
 
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t';
-}
-
 std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  while (!text.empty() && UtIsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && UtIsBlank(text.back())) text.remove_suffix(1);
   return text;
 }
 
@@ -27,57 +26,53 @@ std::string_view NormalCallName(McCallKind kind, std::string_view name) {
 }
 
 // A copy in the arena of the program; none for the empty text.
-int StoreText(McProgram* program, std::string_view text, const char** stored) {
-  *stored = nullptr;
-  if (text.empty()) return RC_OK;
-  *stored = program->arena.copy(text.data(), text.size());
-  return *stored == nullptr ? RC_NO_MEMORY : RC_OK;
+const char* Stored(McProgram* program, std::string_view text) {
+  return text.empty() ? nullptr : program->arena.copy(text.data(), text.size());
 }
 
-int StoreText(McProgram* program, const char* text, const char** stored) {
-  return StoreText(program, std::string_view(text == nullptr ? "" : text),
-                   stored);
+const char* Stored(McProgram* program, const char* text) {
+  return Stored(program, std::string_view(text == nullptr ? "" : text));
 }
 
 // Appends to a table whose count is a 16-bit field of the file.
 template <class Entry>
 int Append(UtVector<Entry>* table, Entry entry, uint16_t* index) {
-  if (table->size() >= MC_TABLE_LIMIT) return RC_INVALID;
-  return UtGuarded([&] {
-    table->push_back(std::move(entry));
-    *index = static_cast<uint16_t>(table->size() - 1);
-    return RC_OK;
-  });
+  if (table->size() >= MC_TABLE_LIMIT) return RC_TABLE_FULL;
+  table->push_back(std::move(entry));
+  *index = static_cast<uint16_t>(table->size() - 1);
+  return RC_OK;
 }
 
-// Finds the first SUB of a name: open addressing, at most half full.
+// Finds the first SUB of a name.
 class SubIndex {
  public:
   explicit SubIndex(const UtVector<McSub>& subs) : subs_(subs) {
-    size_t slots = 16;
-    while (slots < subs.size() * 2) slots *= 2;
-    slots_.resize(slots);
     for (size_t i = 0; i < subs.size(); i++) {
       if (subs[i].name == nullptr) continue;
-      uint32_t* slot = slot_of(subs[i].name);
-      if (*slot == 0) *slot = static_cast<uint32_t>(i + 1);
+      index_.make_room();
+      const uint32_t hash = UtHash(subs[i].name, strlen(subs[i].name));
+      UtNumbered* slot = slot_of(hash, subs[i].name);
+      if (slot->empty()) index_.fill(slot, UtNumbered(hash, i));
     }
   }
 
   // The number of the SUB, or -1.
-  int find(const char* name) { return static_cast<int>(*slot_of(name)) - 1; }
+  int find(const char* name) {
+    if (!index_.has_slots()) return -1;
+    const UtNumbered* slot = slot_of(UtHash(name, strlen(name)), name);
+    return slot->empty() ? -1 : static_cast<int>(slot->number());
+  }
 
  private:
-  uint32_t* slot_of(const char* name) {
-    const size_t mask = slots_.size() - 1;
-    size_t at = UtHash(name, strlen(name)) & mask;
-    while (slots_[at] != 0 && strcmp(subs_[slots_[at] - 1].name, name) != 0)
-      at = (at + 1) & mask;
-    return &slots_[at];
+  UtNumbered* slot_of(uint32_t hash, const char* name) {
+    return index_.slot(hash, [&](const UtNumbered& entry) {
+      return entry.hash == hash &&
+             strcmp(subs_[entry.number()].name, name) == 0;
+    });
   }
 
   const UtVector<McSub>& subs_;
-  UtVector<uint32_t> slots_;  // number of the SUB + 1; 0: empty
+  UtIndex<UtNumbered> index_;
 };
 
 }  // namespace
@@ -88,8 +83,8 @@ McProgram::McProgram() {
 
 McProgram::~McProgram() = default;
 
-McProgram* McProgramCreate() {
-  return UtNew<McProgram>();
+UtPtr<McProgram> McProgramCreate() {
+  return UtMake<McProgram>();
 }
 
 void McProgramInit(McProgram* program) {
@@ -98,11 +93,7 @@ void McProgramInit(McProgram* program) {
 }
 
 void McProgramFree(McProgram** slot) {
-  XdStream release;
-  XdCreateRelease(&release);
-  // Releasing cannot fail.
-  (void)McXdrProgram(&release, slot);
-  (void)XdDestroy(&release);
+  UtPtr<McProgram>(std::exchange(*slot, nullptr)).reset();
 }
 
 int McResolveCalls(McProgram* program) {
@@ -122,31 +113,27 @@ int McResolveCalls(McProgram* program) {
 
 int McSubAdd(McProgram* program, const char* name, uint16_t* index) {
   McSub sub;
-  const int code = StoreText(program, Trimmed(name), &sub.name);
-  if (code != RC_OK) return code;
+  sub.name = Stored(program, Trimmed(name));
   return Append(&program->subs, std::move(sub), index);
 }
 
 int McCallAdd(McProgram* program, McCallKind kind, const char* name,
               uint16_t* index) {
-  McCallRef call = {nullptr, kind, kind != McCallKind::CFN, 0};
-  const int code = StoreText(program, NormalCallName(kind, name), &call.name);
-  if (code != RC_OK) return code;
-  return Append(&program->calls, call, index);
+  const char* stored = Stored(program, NormalCallName(kind, name));
+  return Append(&program->calls,
+                McCallRef{stored, kind, kind != McCallKind::CFN, 0}, index);
 }
 
 int McImportAdd(McProgram* program, uint8_t kind, const char* name,
                 const char* from, const char* module, const char* file) {
-  McImport import = {kind, nullptr, nullptr, nullptr};
-  int code = StoreText(program, name, &import.name);
+  McImport import = {kind, Stored(program, name), nullptr, nullptr};
   if (file != nullptr && *file != '\0') {
     import.kind |= MC_IMPORT_FILE;
-    if (code == RC_OK) code = StoreText(program, file, &import.source);
+    import.source = Stored(program, file);
   } else {
-    if (code == RC_OK) code = StoreText(program, from, &import.source);
-    if (code == RC_OK) code = StoreText(program, module, &import.module);
+    import.source = Stored(program, from);
+    import.module = Stored(program, module);
   }
-  if (code != RC_OK) return code;
   uint16_t index;
   return Append(&program->imports, import, &index);
 }

@@ -124,8 +124,8 @@ struct McProgram {
   UtArena arena;       // texts, ranges and dimensions
 };
 
-// A new, empty program, or nullptr when memory is exhausted.
-[[nodiscard]] McProgram* McProgramCreate();
+// A new, empty program. Throws bad_alloc.
+[[nodiscard]] UtPtr<McProgram> McProgramCreate();
 
 // Makes a program empty again.
 void McProgramInit(McProgram* program);
@@ -139,8 +139,8 @@ void McProgramFree(McProgram** slot);
 [[nodiscard]] int McResolveCalls(McProgram* program);
 
 // Routines, calls and imports. They append to the program's tables and return
-// 0, RC_INVALID when the table is full, or RC_NO_MEMORY; nothing is changed
-// then.
+// 0, or RC_TABLE_FULL when the table is full; nothing is changed then. They
+// throw bad_alloc.
 
 // A new SUB; its name loses blanks and tabs at both ends. The names of SUBs may
 // repeat.

@@ -1,38 +1,37 @@
+// Makers of values.
 #include "elut/model/value.h"
+
+#include <cstring>
+#include <utility>
 
 #include "Cutil/codes.h"
 
-McValue McValueNone() {
-  McValue value = {};
-  value.type = McValueType::VOID;
-  return value;
-}
-
 McValue McValueInteger(int32_t integer) {
-  McValue value = McValueNone();
+  McValue value;
   value.type = McValueType::INTEGER;
   value.integer = integer;
   return value;
 }
 
 McValue McValueReal(double real) {
-  McValue value = McValueNone();
+  McValue value;
   value.type = McValueType::REAL;
   value.real = real;
   return value;
 }
 
-int McValueString(McValue* value, const char* text) {
-  *value = McValueNone();
-  UtText copy;
-  UtTextInit(&copy);
-  if (const int code = UtTextAssign(&copy, text)) return code;
-  value->type = McValueType::STRING;
-  value->text = copy;
-  return RC_OK;
+McValue McValuePoint(double x, double y, double z) {
+  McValue value;
+  value.type = McValueType::POINT;
+  value.point = {x, y, z};
+  return value;
 }
 
-void McValueRelease(McValue* value) {
-  if (value->type == McValueType::STRING) UtTextRelease(&value->text);
-  *value = McValueNone();
+int McValueString(McValue* value, const char* text) {
+  if (strlen(text) > MC_LONGEST_TEXT) return RC_NO_MEMORY;
+  McValue copy;
+  copy.type = McValueType::STRING;
+  if (const int code = UtTextAssign(&copy.text, text)) return code;
+  *value = std::move(copy);
+  return RC_OK;
 }

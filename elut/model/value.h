@@ -1,7 +1,6 @@
-// Typed values: what constants hold and what evaluating a bound yields.
+// Typed values: what evaluating a bound yields.
 //
-// An McValue owns the characters of a STRING. It is a plain record, so a copy
-// of it is the same value: whoever holds it last releases it, once.
+// An McValue owns the characters of a STRING; it can be moved, not copied.
 #pragma once
 
 #include <cstdint>
@@ -25,23 +24,25 @@ struct McPoint {
 };
 
 struct McValue {
-  McValueType type;
+  McValue() : integer(0) {}
+
+  McValueType type = McValueType::VOID;
   union {
     int32_t integer;  // INTEGER
     double real;      // REAL
-    UtText text;      // STRING; owns its characters
     McPoint point;    // POINT
   };
+  UtText text;  // STRING
 };
 
-// A value of type VOID.
-McValue McValueNone();
 McValue McValueInteger(int32_t integer);
 McValue McValueReal(double real);
+McValue McValuePoint(double x, double y, double z);
 
-// Makes `*value` a STRING with a copy of the characters. Returns 0 or
-// RC_NO_MEMORY; `*value` is VOID then. What it held before is not released.
+// The longest text that a value may have: a bound that would need a longer one
+// counts as one for which there is no memory.
+inline constexpr size_t MC_LONGEST_TEXT = size_t{16} << 20;
+
+// Makes `*value` a STRING with a copy of the characters. Returns 0, or
+// RC_NO_MEMORY with `*value` unchanged.
 [[nodiscard]] int McValueString(McValue* value, const char* text);
-
-// Releases what the value owns and makes it VOID.
-void McValueRelease(McValue* value);

@@ -7,21 +7,27 @@
 // middle of a rule stand exactly where they take effect.
 
 %code requires {
-#include "elut/compile/parse_state.h"
+struct McFront;
+union McSemantic;
 }
 
 %code {
 #include "Cutil/codes.h"
-#include "elut/compile/parse.h"
+#include "elut/compile/actions.h"
+#include "elut/compile/node_build.h"
+#include "elut/compile/variables.h"
+#include "elut/syntax/lexer.h"
 
 namespace {
 
-int yylex(McSemantic* value) { return McLex(&value->token); }
+int yylex(McSemantic* value, McFront* front) {
+  return McLex(&front->scanner, &value->token);
+}
 
-void yyerror(const char* what) {
+void yyerror(McFront* front, const char* what) {
   // The parser's own word for it tells users little.
   if (what[0] == 'm') what = "yacc stack overflow";
-  if (!mc_parse.exhausted) McParseError(mc_parse.error_code, "%s", what);
+  McParseError(&front->scanner, front->scanner.error_code, "%s", what);
 }
 
 }  // namespace
@@ -37,6 +43,7 @@ void yyerror(const char* what) {
 %define api.token.prefix {TOKEN_}
 %define api.token.raw
 %define api.value.type {union McSemantic}
+%param {McFront* front}
 %expect 0
 
 // Tokens -------------------------------------------------------------------
@@ -84,9 +91,11 @@ void yyerror(const char* what) {
 %right "**"
 %precedence SIGN  // of an operand
 
-%type <node> expression assignment target external call body statement
-%type <node> case-label dimension allocate-item free-item case-clause
-%type <list> member member-base expression-args argument-list dimension-list
+%type <node> expression assignment external-reference body statement
+%type <node> builtin-call fn-call cfn-call
+%type <node> argument case-label dimension allocate-item free-item case-clause
+%type <list> variable variable-reference expression-args argument-list
+%type <list> dimension-list
 %type <list> statement-list case-clauses case-labels allocate-items free-items
 %type <text> message attribute-text plain-text mask-message
 %type <number> star-list statement-begin key import-kind
@@ -95,9 +104,10 @@ void yyerror(const char* what) {
 %type <event> event event-list
 %type <type> simple-type menu-type
 
-%destructor { McTreeFree(&$$); } <node>
-%destructor { McTreeFree(&$$.first); } <list>
-%destructor { McTokenTextRelease($$); } <text> <token.text>
+%destructor { McTreeFree(front, &$$); } <node>
+%destructor { McTreeFree(front, &$$.first); } <list>
+%destructor { McTokenTextRelease(&front->scanner.strings, $$); }
+  <text> <token.text>
 
 %start input
 
@@ -120,7 +130,7 @@ expression-list:
 
 expression-check: %empty
     {
-      if (!McParseCheckMode(PARSE_EXPRESSION_LIST, RC_NO_EXPRESSIONS)) YYERROR;
+      if (!McParseCheckMode(front, PARSE_EXPRESSION_LIST, RC_NO_EXPRESSIONS)) YYERROR;
     }
 ;
 
@@ -128,34 +138,34 @@ expression-check: %empty
 // input that begins with anything ends up here, and is refused unless it may be
 // a mask definition.
 mask-check: %empty
-    { if (!McParseCheckMode(PARSE_MASK, RC_NO_MASK)) YYERROR; }
+    { if (!McParseCheckMode(front, PARSE_MASK, RC_NO_MASK)) YYERROR; }
 ;
 
 handler-check: %empty
-    { if (!McParseCheckMode(PARSE_HANDLER, RC_NO_HANDLER)) YYERROR; }
+    { if (!McParseCheckMode(front, PARSE_HANDLER, RC_NO_HANDLER)) YYERROR; }
 ;
 
 program:
   "PROGRAM" IDENT ";"
     {
-      if (!McParseCheckMode(PARSE_PROGRAM, RC_NO_PROGRAM)) YYERROR;
-      McParseNote(McProgramSetName($2->text()));
+      if (!McParseCheckMode(front, PARSE_PROGRAM, RC_NO_PROGRAM)) YYERROR;
+      McProgramSetName(front, $2->text());
     }
   imports subs main-scope body
-    { McProgramSetBody($8); }
+    { McProgramSetBody(front, $8); }
 ;
 
 module:
   "MODULE" IDENT ";"
-    { if (!McParseCheckMode(PARSE_MODULE, RC_NO_MODULE)) YYERROR; }
+    { if (!McParseCheckMode(front, PARSE_MODULE, RC_NO_MODULE)) YYERROR; }
   imports sub-section
     {
-      McParseNote(McSubEnter(nullptr));
-      McParseNote(McProgramSetName($2->text()));
+      McIgnoreRefusal(front, McSubEnter(front, nullptr));
+      McProgramSetName(front, $2->text());
     }
 ;
 
-main-scope: %empty { McParseNote(McSubEnter(nullptr)); } ;
+main-scope: %empty { McIgnoreRefusal(front, McSubEnter(front, nullptr)); } ;
 
 // A stray END, SUBEND or "}" ends a body, and with it the parse.
 body:
@@ -172,15 +182,15 @@ imports:
 
 import:
   import-kind name-list
-    { McParseImport(uint8_t($1), nullptr, nullptr, nullptr); }
+    { McParseImport(front, uint8_t($1), nullptr, nullptr, nullptr); }
 | import-kind name-list "FROM" IDENT
-    { McParseImport(uint8_t($1), $4->text(), nullptr, nullptr); }
+    { McParseImport(front, uint8_t($1), $4->text(), nullptr, nullptr); }
 | import-kind name-list "FROM" IDENT "MODULE" IDENT
-    { McParseImport(uint8_t($1), $4->text(), $6->text(), nullptr); }
+    { McParseImport(front, uint8_t($1), $4->text(), $6->text(), nullptr); }
 | import-kind name-list "FROM" "FILE" SCONST
     {
-      McParseImport(uint8_t($1), nullptr, nullptr, $5->text());
-      McTokenTextRelease($5);
+      McParseImport(front, uint8_t($1), nullptr, nullptr, $5->text());
+      McTokenTextRelease(&front->scanner.strings, $5);
     }
 ;
 
@@ -190,8 +200,8 @@ import-kind:
 ;
 
 name-list:
-  IDENT { McParseAddName($1, true); }
-| name-list "," IDENT { McParseAddName($3, false); }
+  IDENT { McParseBeginNames(front, $1); }
+| name-list "," IDENT { McParseAddName(front, $3); }
 ;
 
 subs:
@@ -211,8 +221,8 @@ sub-section:
 include:
   "INCLUDE" SCONST ";"
     {
-      McParseInclude($2->text());
-      McTokenTextRelease($2);
+      McParseInclude(front, $2->text());
+      McTokenTextRelease(&front->scanner.strings, $2);
     }
 ;
 
@@ -221,12 +231,12 @@ include:
 sub-definition:
   "SUB" IDENT
     {
-      McParseNote(McSubEnter($2->text()));
-      mc_compile.scope = MC_SCOPE_PARAMETER;
+      McIgnoreRefusal(front, McSubEnter(front, $2->text()));
+      front->compile.scope = MC_SCOPE_PARAMETER;
     }
-  parameters { mc_compile.scope = MC_SCOPE_LOCAL; }
+  parameters { front->compile.scope = MC_SCOPE_LOCAL; }
   body sub-end
-    { McProgramSetBody($6); }
+    { McProgramSetBody(front, $6); }
 ;
 
 sub-end:
@@ -255,13 +265,12 @@ parameter-group:
 parameter:
   IDENT
     {
-      McParseNote(
-          McVarDeclare(mc_compile.scope, $1, mc_compile.type, 0, 0, 0));
+      McIgnoreRefusal(front, McVarDeclare(front, $1, 0, 0, 0));
     }
 | IDENT "(" star-list ")"
     {
-      McParseNote(
-          McVarDeclareRef(mc_compile.scope, $1, mc_compile.type, $3));
+      McIgnoreRefusal(front, 
+          McVarDeclareRef(front, $1, $3));
     }
 ;
 
@@ -279,9 +288,9 @@ declaration-list:
 
 declaration:
   variable-declaration
-| "COMMON" IDENT { McParseNote(McCommonDeclare($2->text())); }
+| "COMMON" IDENT { McIgnoreRefusal(front, McCommonDeclare(front, $2->text())); }
   variable-declarations "END" "COMMON"
-    { mc_compile.scope = MC_SCOPE_LOCAL; }
+    { front->compile.scope = MC_SCOPE_LOCAL; }
 ;
 
 variable-declarations:
@@ -295,14 +304,14 @@ variable-declaration:
 ;
 
 declaration-error: %empty
-    { McParseDeclarationError(&yychar, &yylval.token); }
+    { McParseDeclarationError(front, &yychar, &yylval.token); }
 ;
 
 type-keyword:
-  "INTEGER" { mc_compile.type = McValueType::INTEGER; }
-| "REAL" { mc_compile.type = McValueType::REAL; }
-| "STRING" { mc_compile.type = McValueType::STRING; }
-| "POINT" { mc_compile.type = McValueType::POINT; }
+  "INTEGER" { front->compile.type = McValueType::INTEGER; }
+| "REAL" { front->compile.type = McValueType::REAL; }
+| "STRING" { front->compile.type = McValueType::STRING; }
+| "POINT" { front->compile.type = McValueType::POINT; }
 ;
 
 declarators:
@@ -313,33 +322,30 @@ declarators:
 declarator:
   IDENT
     {
-      McParseNote(
-          McVarDeclare(mc_compile.scope, $1, mc_compile.type, 0, 0, 0));
+      McIgnoreRefusal(front, McVarDeclare(front, $1, 0, 0, 0));
     }
 | IDENT "[" expression ":" expression "]"
     {
-      McParseNote(
-          McVarDeclare(mc_compile.scope, $1, mc_compile.type, $3, $5, 0));
+      McIgnoreRefusal(front, 
+          McVarDeclare(front, $1, $3, $5, 0));
     }
 | IDENT "[" expression ":" expression "]" "(" dimension-list ")"
     {
-      McParseNote(McVarDeclare(mc_compile.scope, $1, mc_compile.type, $3, $5,
+      McIgnoreRefusal(front, McVarDeclare(front, $1, $3, $5,
                                $8.first));
     }
 | IDENT "(" dimension-list ")"
     {
-      McParseNote(McVarDeclare(mc_compile.scope, $1, mc_compile.type, 0, 0,
+      McIgnoreRefusal(front, McVarDeclare(front, $1, 0, 0,
                                $3.first));
     }
 | IDENT "(" star-list ")"
     {
-      McParseNote(McVarDeclareDynamic(mc_compile.scope, $1, mc_compile.type,
-                                      $3, 0, 0));
+      McIgnoreRefusal(front, McVarDeclareDynamic(front, $1, $3, 0, 0));
     }
 | IDENT "[" expression ":" expression "]" "(" star-list ")"
     {
-      McParseNote(McVarDeclareDynamic(mc_compile.scope, $1, mc_compile.type,
-                                      $8, $3, $5));
+      McIgnoreRefusal(front, McVarDeclareDynamic(front, $1, $8, $3, $5));
     }
 ;
 
@@ -348,13 +354,13 @@ dimension-list:
 | dimension-list "," dimension
     {
       $$ = $1;
-      McNodeAppendSibling(&$$, $3);
+      McNodeAppendSibling(front, &$$, $3);
     }
 ;
 
 dimension:
-  expression { McParseNote(McNodeDim(&$$, $1, 0)); }
-| expression ":" expression { McParseNote(McNodeDim(&$$, $3, $1)); }
+  expression { McIgnoreRefusal(front, McNodeDim(front, &$$, $1, 0)); }
+| expression ":" expression { McIgnoreRefusal(front, McNodeDim(front, &$$, $3, $1)); }
 ;
 
 // Statements ---------------------------------------------------------------
@@ -362,15 +368,15 @@ dimension:
 // The value is the list so far and the last statement of its BLOCK.
 statement-list:
   statement-begin statement
-    { McParseAppendStatement(&$$, true, $2, $1); }
+    { $$ = McParseBeginList(front, $2, $1); }
 | statement-list statement-begin statement
     {
       $$ = $1;
-      McParseAppendStatement(&$$, false, $3, $2);
+      McParseAppendStatement(front, &$$, $3, $2);
     }
 | error statement-error ";"
     {
-      McParseAppendStatement(&$$, true, 0, 0);
+      $$ = McParseBeginList(front, 0, 0);
       yyerrok;
       yyclearin;
     }
@@ -382,51 +388,48 @@ statement-list:
     }
 ;
 
-statement-begin: %empty { $$ = McParseBeginStatement(yychar); } ;
+statement-begin: %empty { $$ = McParseBeginStatement(front, yychar); } ;
 
 statement-error: %empty
-    { McParseStatementError(&yychar, &yylval.token); }
+    { McParseStatementError(front, &yychar, &yylval.token); }
 ;
 
 statement:
   ";" { $$ = 0; }
 | assignment ";"
 | "LET" assignment ";" { $$ = $2; }
-| CFNNAME ";"
-    { McParseNote(McNodeCall(&$$, $1, McCallKind::CFN, 0)); }
-| CFNNAME "(" argument-list ")" ";"
-    { McParseNote(McNodeCall(&$$, $1, McCallKind::CFN, $3.first)); }
+| cfn-call ";"
 | "WHILE" expression "DO" statement-list "END" "WHILE"
-    { McParseNote(McNodeWhile(&$$, $2, $4.first)); }
+    { McIgnoreRefusal(front, McNodeWhile(front, &$$, $2, $4.first)); }
 | "IF" expression "THEN" statement-list "END" "IF"
-    { McParseNote(McNodeIf(&$$, $2, $4.first, 0)); }
+    { McIgnoreRefusal(front, McNodeIf(front, &$$, $2, $4.first, 0)); }
 | "IF" expression "THEN" statement-list "ELSE" statement-list "END" "IF"
-    { McParseNote(McNodeIf(&$$, $2, $4.first, $6.first)); }
+    { McIgnoreRefusal(front, McNodeIf(front, &$$, $2, $4.first, $6.first)); }
 | "SELECT" expression ";" case-clauses "END" "SELECT"
-    { McParseNote(McNodeSelect(&$$, $2, $4.first)); }
+    { McIgnoreRefusal(front, McNodeSelect(front, &$$, $2, $4.first)); }
 | "SELECT" expression ";" case-clauses "CASE" "ELSE" statement-list "END"
   "SELECT"
     {
-      McNodeAppendSibling(&$4, $7.first);
-      McParseNote(McNodeSelect(&$$, $2, $4.first));
+      McNodeAppendSibling(front, &$4, $7.first);
+      McIgnoreRefusal(front, McNodeSelect(front, &$$, $2, $4.first));
     }
 | "ALLOCATE" allocate-items ";"
-    { McParseNoteCode(McNodeAllocate(&$$, $2.first)); }
+    { McFailWith(front, McNodeAllocate(front, &$$, $2.first)); }
 | "FREE" free-items ";"
-    { McParseNoteCode(McNodeRelease(&$$, $2.first)); }
+    { McFailWith(front, McNodeRelease(front, &$$, $2.first)); }
 | "CALL" IDENT ";"
-    { McParseNote(McNodeCall(&$$, $2, McCallKind::SUB, 0)); }
+    { McIgnoreRefusal(front, McNodeCall(front, &$$, $2, McCallKind::SUB, 0)); }
 | "CALL" IDENT "(" argument-list ")" ";"
-    { McParseNote(McNodeCall(&$$, $2, McCallKind::SUB, $4.first)); }
-| "PRINT" ";" { McParseNote(McNodePrint(&$$, 0)); }
-| "PRINT" argument-list ";" { McParseNote(McNodePrint(&$$, $2.first)); }
+    { McIgnoreRefusal(front, McNodeCall(front, &$$, $2, McCallKind::SUB, $4.first)); }
+| "PRINT" ";" { McIgnoreRefusal(front, McNodePrint(front, &$$, 0)); }
+| "PRINT" argument-list ";" { McIgnoreRefusal(front, McNodePrint(front, &$$, $2.first)); }
 | "RETURN" expression ";"
-    { McParseNote(McNodeMake(McNodeKind::RETURN, &$$, $2)); }
+    { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::RETURN, &$$, $2)); }
 | "EXIT" expression ";"
-    { McParseNote(McNodeMake(McNodeKind::EXIT, &$$, $2)); }
-| "BREAK" { McParseNote(McNodeMake(McNodeKind::BREAK, &$$, 0)); }
-| "CONTINUE" { McParseNote(McNodeMake(McNodeKind::CONT, &$$, 0)); }
-| "SUBEXIT" { McParseNote(McNodeMake(McNodeKind::SUBEX, &$$, 0)); }
+    { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::EXIT, &$$, $2)); }
+| "BREAK" { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::BREAK, &$$, 0)); }
+| "CONTINUE" { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::CONT, &$$, 0)); }
+| "SUBEXIT" { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::SUBEX, &$$, 0)); }
 ;
 
 allocate-items:
@@ -434,13 +437,13 @@ allocate-items:
 | allocate-items "," allocate-item
     {
       $$ = $1;
-      McNodeAppendSibling(&$$, $3);
+      McNodeAppendSibling(front, &$$, $3);
     }
 ;
 
 allocate-item:
   IDENT "(" dimension-list ")"
-    { McParseNoteCode(McNodeVar($1, &$$, $3.first)); }
+    { McFailWith(front, McNodeVar(front, $1, &$$, $3.first)); }
 ;
 
 free-items:
@@ -448,24 +451,24 @@ free-items:
 | free-items "," free-item
     {
       $$ = $1;
-      McNodeAppendSibling(&$$, $3);
+      McNodeAppendSibling(front, &$$, $3);
     }
 ;
 
-free-item: IDENT { $$ = McParseVariable($1, 0); } ;
+free-item: IDENT { $$ = McParseVariable(front, $1, 0); } ;
 
 case-clauses:
   case-clause { $$ = {$1, $1}; }
 | case-clauses case-clause
     {
       $$ = $1;
-      McNodeAppendSibling(&$$, $2);
+      McNodeAppendSibling(front, &$$, $2);
     }
 ;
 
 case-clause:
   "CASE" case-labels ";" statement-list
-    { McParseNote(McNodeCase(&$$, $4.first, $2.first)); }
+    { McIgnoreRefusal(front, McNodeCase(front, &$$, $4.first, $2.first)); }
 ;
 
 case-labels:
@@ -473,15 +476,15 @@ case-labels:
 | case-labels "," case-label
     {
       $$ = $1;
-      McNodeAppendSibling(&$$, $3);
+      McNodeAppendSibling(front, &$$, $3);
     }
 ;
 
 case-label:
-  relation expression { McParseNote(McNodeTest($1, &$$, $2)); }
-| expression { McParseNote(McNodeTest(MC_EQUAL, &$$, $1)); }
+  relation expression { McIgnoreRefusal(front, McNodeTest(front, $1, &$$, $2)); }
+| expression { McIgnoreRefusal(front, McNodeTest(front, MC_EQUAL, &$$, $1)); }
 | expression "TO" expression
-    { McParseNote(McNodeBinary(MC_RANGE, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_RANGE, &$$, $1, $3)); }
 ;
 
 relation:
@@ -493,153 +496,138 @@ relation:
 | "<>" { $$ = MC_NOT_EQUAL; }
 ;
 
-// An argument is an expression, or a whole array by reference.
 argument-list:
-  expression { $$ = {$1, $1}; }
+  argument { $$ = {$1, $1}; }
+| argument-list "," argument
+    {
+      $$ = $1;
+      McNodeAppendSibling(front, &$$, $3);
+    }
+;
+
+// An argument is an expression, or a whole array by reference.
+argument:
+  expression
 | IDENT "(" "*" ")"
-    {
-      McNodeRef whole = 0;
-      McParseNote(McNodeRefVar($1, &whole));
-      $$ = {whole, whole};
-    }
-| argument-list "," expression
-    {
-      $$ = $1;
-      McNodeAppendSibling(&$$, $3);
-    }
-| argument-list "," IDENT "(" "*" ")"
-    {
-      McNodeRef whole = 0;
-      $$ = $1;
-      McParseNote(McNodeRefVar($3, &whole));
-      McNodeAppendSibling(&$$, whole);
-    }
+    { McIgnoreRefusal(front, McNodeRefVar(front, $1, &$$)); }
 ;
 
 // Expressions --------------------------------------------------------------
 
 expression:
-  IDENT { $$ = McParseVariable($1, 0); }
-| IDENT "(" expression-args ")" { $$ = McParseVariable($1, $3.first); }
-| member { $$ = $1.first; }
-| external
-| ICONST { McParseNote(McNodeInt(&$$, $1)); }
-| RCONST { McParseNote(McNodeReal(&$$, $1)); }
-| SCONST
-    {
-      McTokenText* text = $1;
-      McParseNote(McNodeString(&$$, text->text(), text->length));
-      McTokenTextRelease(text);
-    }
-| message
-    {
-      McTokenText* text = $1;
-      McParseNote(McNodeString(&$$, text->text(), text->length));
-      McTokenTextRelease(text);
-    }
+  variable-reference { $$ = $1.first; }
+| external-reference
+| ICONST { McIgnoreRefusal(front, McNodeInt(front, &$$, $1)); }
+| RCONST { McIgnoreRefusal(front, McNodeReal(front, &$$, $1)); }
+| SCONST { $$ = McParseString(front, $1); }
+| message { $$ = McParseString(front, $1); }
 | assignment
-| call
-| "(" expression ")" { $$ = McParseParenthesised($2); }
+| builtin-call
+| fn-call
+| cfn-call
+| "(" expression ")" { $$ = McParseParenthesised(front, $2); }
 | expression "+" expression
-    { McParseNote(McNodeBinary(MC_ADD, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_ADD, &$$, $1, $3)); }
 | expression "-" expression
-    { McParseNote(McNodeBinary(MC_SUBTRACT, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_SUBTRACT, &$$, $1, $3)); }
 | expression "*" expression
-    { McParseNote(McNodeBinary(MC_MULTIPLY, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_MULTIPLY, &$$, $1, $3)); }
 | expression "/" expression
-    { McParseNote(McNodeBinary(MC_DIVIDE, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_DIVIDE, &$$, $1, $3)); }
 | expression "**" expression
-    { McParseNote(McNodeBinary(MC_POWER, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_POWER, &$$, $1, $3)); }
 | expression "MOD" expression
-    { McParseNote(McNodeBinary(MC_MOD, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_MOD, &$$, $1, $3)); }
 | expression "DIV" expression
-    { McParseNote(McNodeBinary(MC_DIV, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_DIV, &$$, $1, $3)); }
 | expression "==" expression
-    { McParseNote(McNodeBinary(MC_EQUAL, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_EQUAL, &$$, $1, $3)); }
 | expression "<>" expression
-    { McParseNote(McNodeBinary(MC_NOT_EQUAL, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_NOT_EQUAL, &$$, $1, $3)); }
 | expression ">" expression
-    { McParseNote(McNodeBinary(MC_GREATER, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_GREATER, &$$, $1, $3)); }
 | expression ">=" expression
-    { McParseNote(McNodeBinary(MC_GREATER_EQUAL, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_GREATER_EQUAL, &$$, $1, $3)); }
 | expression "<" expression
-    { McParseNote(McNodeBinary(MC_LESS, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_LESS, &$$, $1, $3)); }
 | expression "<=" expression
-    { McParseNote(McNodeBinary(MC_LESS_EQUAL, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_LESS_EQUAL, &$$, $1, $3)); }
 | expression "AND" expression
-    { McParseNote(McNodeBinary(MC_AND, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_AND, &$$, $1, $3)); }
 | expression "OR" expression
-    { McParseNote(McNodeBinary(MC_OR, &$$, $1, $3)); }
+    { McIgnoreRefusal(front, McNodeBinary(front, MC_OR, &$$, $1, $3)); }
 | "-" expression %prec SIGN
-    { McParseNote(McNodeUnary(MC_NEGATE, &$$, $2)); }
+    { McIgnoreRefusal(front, McNodeUnary(front, MC_NEGATE, &$$, $2)); }
 | "+" expression %prec SIGN
-    { McParseNote(McNodeUnary(MC_PLUS, &$$, $2)); }
+    { McIgnoreRefusal(front, McNodeUnary(front, MC_PLUS, &$$, $2)); }
 ;
 
-// A variable is an operand, the target of an assignment, or the base of
-// coordinates. The token behind it tells, so each has a rule of its own and
-// none passes through the others.
 assignment:
-  target ASSIGNOP expression
-    { McParseNote(McNodeAssign($2, &$$, $1, $3)); }
-| external ASSIGNOP expression
-    { McParseNote(McNodeAssign($2, &$$, $1, $3)); }
+  variable-reference ASSIGNOP expression
+    { McIgnoreRefusal(front, McNodeAssign(front, $2, &$$, $1.first, $3)); }
+| external-reference ASSIGNOP expression
+    { McIgnoreRefusal(front, McNodeAssign(front, $2, &$$, $1, $3)); }
 ;
 
-target:
-  IDENT { $$ = McParseVariable($1, 0); }
-| IDENT "(" expression-args ")" { $$ = McParseVariable($1, $3.first); }
-| member { $$ = $1.first; }
+// The value is the VAR node and its last child.
+variable-reference:
+  variable
+| variable-reference "." IDENT
+    {
+      $$ = $1;
+      McIgnoreRefusal(front, McNodeRefer(front, $$.first, &$$.last, $3->text(),
+                                         0));
+    }
+| variable-reference "." IDENT "(" expression-args ")"
+    {
+      $$ = $1;
+      McIgnoreRefusal(front, McNodeRefer(front, $$.first, &$$.last, $3->text(),
+                                         $5.first));
+    }
 ;
 
-member-base:
-  IDENT { $$ = {McParseVariable($1, 0), 0}; }
+variable:
+  IDENT { $$ = {McParseVariable(front, $1, 0), 0}; }
 | IDENT "(" expression-args ")"
     {
       const McNodeList subscripts = $3;
-      $$ = {McParseVariable($1, subscripts.first), subscripts.last};
+      $$ = {McParseVariable(front, $1, subscripts.first), subscripts.last};
     }
 ;
 
-member:
-  member-base "." IDENT
-    {
-      $$ = $1;
-      McParseNote(McNodeRefer($$.first, &$$.last, $3->text(), 0));
-    }
-| member-base "." IDENT "(" expression-args ")"
-    {
-      $$ = $1;
-      McParseNote(McNodeRefer($$.first, &$$.last, $3->text(), $5.first));
-    }
-| member "." IDENT
-    {
-      $$ = $1;
-      McParseNote(McNodeRefer($$.first, &$$.last, $3->text(), 0));
-    }
-| member "." IDENT "(" expression-args ")"
-    {
-      $$ = $1;
-      McParseNote(McNodeRefer($$.first, &$$.last, $3->text(), $5.first));
-    }
-;
-
-external:
-  SIGILNAME { McParseNote(McNodeExtern($1->text(), &$$)); }
+external-reference:
+  SIGILNAME { McIgnoreRefusal(front, McNodeExtern(front, $1->text(), &$$)); }
 | SIGIL "(" expression ")"
-    { McParseNote(McNodeExtInd(char($1), &$$, $3)); }
+    { McIgnoreRefusal(front, McNodeExtInd(front, char($1), &$$, $3)); }
 ;
 
-call:
-  BUILTIN { McParseNote(McNodeFunc(&$$, uint16_t($1), 0)); }
+builtin-call:
+  BUILTIN { McIgnoreRefusal(front, McNodeFunc(front, &$$, uint16_t($1), 0)); }
 | BUILTIN "(" expression-args ")"
-    { McParseNote(McNodeFunc(&$$, uint16_t($1), $3.first)); }
-| FNNAME { McParseNote(McNodeCall(&$$, $1, McCallKind::FN, 0)); }
+    {
+      McIgnoreRefusal(front, McNodeFunc(front, &$$, uint16_t($1), $3.first));
+    }
+;
+
+// Complete before any token but "(", so that an error after it comes later.
+fn-call:
+  FNNAME
+    { McIgnoreRefusal(front, McNodeCall(front, &$$, $1, McCallKind::FN, 0)); }
 | FNNAME "(" argument-list ")"
-    { McParseNote(McNodeCall(&$$, $1, McCallKind::FN, $3.first)); }
-| CFNNAME { McParseNote(McNodeCall(&$$, $1, McCallKind::CFN, 0)); }
+    {
+      McIgnoreRefusal(front,
+                      McNodeCall(front, &$$, $1, McCallKind::FN, $3.first));
+    }
+;
+
+cfn-call:
+  CFNNAME
+    { McIgnoreRefusal(front, McNodeCall(front, &$$, $1, McCallKind::CFN, 0)); }
 | CFNNAME "(" argument-list ")"
-    { McParseNote(McNodeCall(&$$, $1, McCallKind::CFN, $3.first)); }
+    {
+      McIgnoreRefusal(front,
+                      McNodeCall(front, &$$, $1, McCallKind::CFN, $3.first));
+    }
 ;
 
 expression-args:
@@ -647,17 +635,17 @@ expression-args:
 | expression-args "," expression
     {
       $$ = $1;
-      McNodeAppendSibling(&$$, $3);
+      McNodeAppendSibling(front, &$$, $3);
     }
 ;
 
 message:
   "MSG" "(" SCONST "," ICONST ")"
-    { $$ = McParseMsg(nullptr, $3, $5); }
+    { $$ = McParseMsg(front, nullptr, $3, $5); }
 | "MSG" "(" SCONST "," SCONST "," ICONST ")"
-    { $$ = McParseMsg($3, $5, $7); }
+    { $$ = McParseMsg(front, $3, $5, $7); }
 | "MSGGET" "(" SCONST "," ICONST "," SCONST ")"
-    { $$ = McParseMsgText('\4', $3, $5, $7); }
+    { $$ = McParseMsgText(front, '\4', $3, $5, $7); }
 ;
 
 // Masks: objects -----------------------------------------------------------
@@ -678,8 +666,8 @@ applications:
 ;
 
 window:
-  "WINDOW" object-name { McParseOpenObject(MaskObjectType::WINDOW, $2); }
-  "{" window-members "}" { McParseCloseObject(); }
+  "WINDOW" object-name { McParseOpenObject(front, MaskObjectType::WINDOW, $2); }
+  "{" window-members "}" { McParseCloseObject(front); }
 ;
 
 window-members:
@@ -701,8 +689,8 @@ window-member:
 
 application:
   "APPLICATION" object-name
-    { McParseOpenObject(MaskObjectType::APPLICATION, $2); }
-  "{" application-members "}" { McParseCloseObject(); }
+    { McParseOpenObject(front, MaskObjectType::APPLICATION, $2); }
+  "{" application-members "}" { McParseCloseObject(front); }
 ;
 
 application-members:
@@ -718,8 +706,8 @@ application-member:
 ;
 
 simple-object:
-  simple-type object-name { McParseOpenObject($1, $2); }
-  "{" simple-members "}" { McParseCloseObject(); }
+  simple-type object-name { McParseOpenObject(front, $1, $2); }
+  "{" simple-members "}" { McParseCloseObject(front); }
 ;
 
 simple-type:
@@ -741,8 +729,8 @@ simple-member:
 ;
 
 menu:
-  menu-type object-name { McParseOpenObject($1, $2); }
-  "{" menu-members "}" { McParseCloseObject(); }
+  menu-type object-name { McParseOpenObject(front, $1, $2); }
+  "{" menu-members "}" { McParseCloseObject(front); }
 ;
 
 menu-type:
@@ -763,13 +751,13 @@ menu-member:
 ;
 
 item:
-  "ITEM" object-name { McParseOpenObject(MaskObjectType::ITEM, $2); }
-  "{" simple-members "}" { McParseCloseObject(); }
+  "ITEM" object-name { McParseOpenObject(front, MaskObjectType::ITEM, $2); }
+  "{" simple-members "}" { McParseCloseObject(front); }
 ;
 
 table:
-  "TABLE" object-name { McParseOpenObject(MaskObjectType::TABLE, $2); }
-  "{" table-members "}" { McParseCloseObject(); }
+  "TABLE" object-name { McParseOpenObject(front, MaskObjectType::TABLE, $2); }
+  "{" table-members "}" { McParseCloseObject(front); }
 ;
 
 table-members:
@@ -789,8 +777,8 @@ table-member:
 ;
 
 text-object:
-  "TEXT" object-name { McParseOpenObject(MaskObjectType::TEXT, $2); }
-  "{" text-members "}" { McParseCloseObject(); }
+  "TEXT" object-name { McParseOpenObject(front, MaskObjectType::TEXT, $2); }
+  "{" text-members "}" { McParseCloseObject(front); }
 ;
 
 text-members:
@@ -806,8 +794,8 @@ text-member:
 
 // A group has no event handlers, a label attributes only.
 group:
-  "GROUP" object-name { McParseOpenObject(MaskObjectType::GROUP, $2); }
-  "{" group-members "}" { McParseCloseObject(); }
+  "GROUP" object-name { McParseOpenObject(front, MaskObjectType::GROUP, $2); }
+  "{" group-members "}" { McParseCloseObject(front); }
 ;
 
 group-members:
@@ -826,8 +814,8 @@ group-member:
 ;
 
 label:
-  "LABEL" object-name { McParseOpenObject(MaskObjectType::LABEL, $2); }
-  "{" attributes "}" { McParseCloseObject(); }
+  "LABEL" object-name { McParseOpenObject(front, MaskObjectType::LABEL, $2); }
+  "{" attributes "}" { McParseCloseObject(front); }
 ;
 
 object-name:
@@ -850,22 +838,22 @@ attributes:
 
 attribute:
   %empty
-| IDENT ASSIGNOP ICONST { McParseAttribute($1->text(), $3); }
+| IDENT ASSIGNOP ICONST { McParseAttribute(front, $1->text(), $3); }
 | IDENT ASSIGNOP attribute-text
     {
-      McParseAttribute($1->text(), $3->text());
-      McTokenTextRelease($3);
+      McParseAttribute(front, $1->text(), $3->text());
+      McTokenTextRelease(&front->scanner.strings, $3);
     }
 | SCONST ASSIGNOP ICONST
     {
-      McParseAttribute($1->text(), $3);
-      McTokenTextRelease($1);
+      McParseAttribute(front, $1->text(), $3);
+      McTokenTextRelease(&front->scanner.strings, $1);
     }
 | SCONST ASSIGNOP plain-text
     {
-      McParseAttribute($1->text(), $3->text());
-      McTokenTextRelease($3);
-      McTokenTextRelease($1);
+      McParseAttribute(front, $1->text(), $3->text());
+      McTokenTextRelease(&front->scanner.strings, $3);
+      McTokenTextRelease(&front->scanner.strings, $1);
     }
 ;
 
@@ -877,40 +865,40 @@ attribute-text:
 
 plain-text:
   SCONST { $$ = $1; }
-| IDENT { $$ = McParseCopyName($1); }
+| IDENT { $$ = McParseCopyName(front, $1); }
 ;
 
 mask-message:
   "MSGGLOB" "(" SCONST "," ICONST ")"
-    { $$ = McParseMsgText('\2', $3, $5, nullptr); }
+    { $$ = McParseMsgText(front, '\2', $3, $5, nullptr); }
 | "MSGFILE" "(" SCONST "," ICONST "," SCONST ")"
-    { $$ = McParseMsgText('\3', $3, $5, $7); }
+    { $$ = McParseMsgText(front, '\3', $3, $5, $7); }
 ;
 
 // Masks: handlers and modules ----------------------------------------------
 
 event-handler:
-  "ON" event-list "EXECUTE" "{" { McParseProgramHandler($2); }
+  "ON" event-list "EXECUTE" "{" { McParseProgramHandler(front, $2); }
   subs main-scope body "}"
-    { McParseCloseHandler($8); }
-| "ON" event-list "{" { McParseAttributeHandler($2); }
+    { McParseCloseHandler(front, $8); }
+| "ON" event-list "{" { McParseAttributeHandler(front, $2); }
   attributes "}"
-    { mc_parse.target = nullptr; }
+    { front->parse.target = nullptr; }
 | "ON" event-list "DO" IDENT
     {
-      McParseAttributeHandler($2);
-      McParseAttribute("action", $4->text());
+      McParseAttributeHandler(front, $2);
+      McParseAttribute(front, "action", $4->text());
     }
-  argument ";"
-    { mc_parse.target = nullptr; }
+  handler-argument ";"
+    { front->parse.target = nullptr; }
 ;
 
-argument:
+handler-argument:
   %empty
 | "WITH" plain-text
     {
-      McParseAttribute("argument", $2->text());
-      McTokenTextRelease($2);
+      McParseAttribute(front, "argument", $2->text());
+      McTokenTextRelease(&front->scanner.strings, $2);
     }
 ;
 
@@ -946,7 +934,7 @@ key:
 ;
 
 module-block:
-  "MODULE" "{" { McParseOpenModule(); }
+  "MODULE" "{" { McParseOpenModule(front); }
   declaration-list subs "}"
-    { McParseNote(McCompileEnter(nullptr)); }
+    { McCompileEnter(front, nullptr); }
 ;

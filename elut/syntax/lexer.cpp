@@ -6,15 +6,13 @@
 // ends in a line feed depends on the first character of the next line.
 #include "elut/syntax/lexer.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "Cutil/codes.h"
-#include "elut/compile/parse.h"
+#include "Cutil/ut_chars.h"
 #include "elut/grammar.h"
 #include "elut/syntax/scan_bytes.h"
-#include "elut/syntax/source_reader.h"
 
 namespace {
 
@@ -82,28 +80,14 @@ struct StartTable {
 
 constexpr StartTable TABLE;
 
-bool IsOctal(char c) {
-  return c >= '0' && c <= '7';
-}
-
-bool IsHex(char c) {
-  return McIsDigit(c) || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f');
-}
-
 // D, G and R behind a number only make it a REAL.
 bool IsRealSuffix(char c) {
   return (c | 0x20) == 'd' || (c | 0x20) == 'g' || (c | 0x20) == 'r';
 }
 
-// Memory is exhausted: the compile fails, and reading further is no use.
-int Exhausted() {
-  McParseExhausted();
-  return TOKEN_END_OF_INPUT;
-}
-
-int OperatorToken(const char* text, TokenValue* value) {
+int OperatorToken(McScanner* scanner, const char* text, TokenValue* value) {
   const char second = text[1];
-  mc_src.next = text + 2;
+  scanner->source.cursor.next = text + 2;
   switch (text[0]) {
     case '+':
     case '-':
@@ -128,50 +112,52 @@ int OperatorToken(const char* text, TokenValue* value) {
       if (second == '=') return TOKEN_GREATER_EQUAL;
       break;
   }
-  mc_src.next = text + 1;
+  scanner->source.cursor.next = text + 1;
   return TABLE.token[static_cast<uint8_t>(text[0])];
 }
 
-int NameToken(const char* text, size_t length, TokenValue* value) {
-  mc_src.next = text + length;
-  McName* name = McNameScan(text, length);
-  if (name == nullptr) return Exhausted();
+int NameToken(McScanner* scanner, const char* text, size_t length,
+              TokenValue* value) {
+  scanner->source.cursor.next = text + length;
+  McName* name = McNameScan(&scanner->strings, text, length);
   *value = name->value;
   return name->token;
 }
 
-int SigilToken(const char* text, TokenValue* value) {
+int SigilToken(McScanner* scanner, const char* text, TokenValue* value) {
   value->code = static_cast<uint8_t>(*text);
-  mc_src.next = text + 1;
-  if (!McIsLetter(text[1])) return TOKEN_SIGIL;
-  return NameToken(text, 1 + McNameRun(text + 1), value);
+  scanner->source.cursor.next = text + 1;
+  if (!UtIsLetter(text[1])) return TOKEN_SIGIL;
+  return NameToken(scanner, text, 1 + McNameRun(text + 1), value);
 }
 
-int AtToken(const char* text, TokenValue* value) {
+int AtToken(McScanner* scanner, const char* text, TokenValue* value) {
   const char* name = text + (text[1] == ':' ? 2 : 1);
   const char* end = name;
-  while (McIsNameByte(*end) || *end == '*' || *end == '.') end++;
+  while (UtIsNameByte(*end) || *end == '*' || *end == '.') end++;
   if (end != name)
-    return NameToken(text, static_cast<size_t>(end - text), value);
+    return NameToken(scanner, text, static_cast<size_t>(end - text), value);
   value->code = '@';
-  mc_src.next = text + 1;
+  scanner->source.cursor.next = text + 1;
   return TOKEN_SIGIL;
 }
 
 // Numbers -------------------------------------------------------------------
 
-int IntegerToken(const char* text, const char* end, unsigned base,
-                 TokenValue* value) {
-  mc_src.next = end;
+int IntegerToken(McScanner* scanner, const char* text, const char* end,
+                 unsigned base, TokenValue* value) {
+  scanner->source.cursor.next = end;
   const uint64_t limit = base == 10 ? INT32_MAX : UINT32_MAX;
   uint64_t number = 0;
   for (const char* p = base == 16 ? text + 2 : text; p < end; p++) {
-    const unsigned digit = McIsDigit(*p)
+    const unsigned digit = UtIsDigit(*p)
                                ? static_cast<unsigned>(*p - '0')
                                : static_cast<unsigned>((*p | 0x20) - 'a') + 10;
     number = number * base + digit;
     if (number > limit) {
-      McParseIntegerTooLarge(text, static_cast<size_t>(end - text));
+      McParseFail(scanner, RC_OVERFLOW,
+                  "integer constant '%.*s' out of range\n",
+                  static_cast<int>(end - text), text);
       value->integer = INT32_MAX;
       return TOKEN_ICONST;
     }
@@ -191,7 +177,7 @@ double RealValue(const char* text, const char* end) {
     const char* point = nullptr;
     const char* p = text;
     for (; p < end; p++) {
-      if (McIsDigit(*p))
+      if (UtIsDigit(*p))
         digits = digits * 10 + (*p - '0');
       else if (*p == '.')
         point = p;
@@ -210,44 +196,44 @@ const char* SkipExponent(const char* text) {
   if ((*text | 0x20) != 'e') return text;
   const char* p = text + 1;
   if (*p == '+' || *p == '-') p++;
-  if (!McIsDigit(*p)) return text;
-  while (McIsDigit(*p)) p++;
+  if (!UtIsDigit(*p)) return text;
+  while (UtIsDigit(*p)) p++;
   return p;
 }
 
-int NumberToken(const char* text, TokenValue* value) {
+int NumberToken(McScanner* scanner, const char* text, TokenValue* value) {
   const char* end = text;
-  while (McIsDigit(*end)) end++;
+  while (UtIsDigit(*end)) end++;
   const char* whole = end;
-  if (*end == '.' && McIsDigit(end[1])) {
+  if (*end == '.' && UtIsDigit(end[1])) {
     do end++;
-    while (McIsDigit(*end));
+    while (UtIsDigit(*end));
   }
   end = SkipExponent(end);
   const char* number = end;
   if (IsRealSuffix(*end)) end++;
   if (end != whole) {
-    mc_src.next = end;
+    scanner->source.cursor.next = end;
     value->real = RealValue(text, number);
     return TOKEN_RCONST;
   }
-  if (*text != '0') return IntegerToken(text, end, 10, value);
-  if (text[1] == 'x' && IsHex(text[2])) {
+  if (*text != '0') return IntegerToken(scanner, text, end, 10, value);
+  if (text[1] == 'x' && UtIsHex(text[2])) {
     end = text + 3;
-    while (IsHex(*end)) end++;
-    return IntegerToken(text, end, 16, value);
+    while (UtIsHex(*end)) end++;
+    return IntegerToken(scanner, text, end, 16, value);
   }
   // The digits 8 and 9 are not octal: another number begins there.
   end = text + 1;
-  while (IsOctal(*end)) end++;
-  return IntegerToken(text, end, 8, value);
+  while (UtIsOctal(*end)) end++;
+  return IntegerToken(scanner, text, end, 8, value);
 }
 
 // Literals ------------------------------------------------------------------
 
 // Behind the literal that begins at `*text`, or nullptr when it is not closed.
 // `*text` moves along when the lines at hand are.
-const char* LiteralEnd(const char** text) {
+const char* LiteralEnd(McScanner* scanner, const char** text) {
   const char* p = *text + 1;
   for (;;) {
     p += McLiteralRun(p);
@@ -259,9 +245,9 @@ const char* LiteralEnd(const char** text) {
         p++;
         continue;
       case '\n':
-        if (p + 1 == mc_src.limit) {
+        if (p + 1 == scanner->source.cursor.limit) {
           const size_t offset = static_cast<size_t>(p - *text);
-          if (!McSrcMore(text)) return nullptr;
+          if (!McSrcMore(&scanner->source, text)) return nullptr;
           p = *text + offset;
         }
         return p[1] == '"' ? p + 2 : nullptr;
@@ -300,77 +286,96 @@ void CopyLiteral(const char* text, const char* end, McTokenText* value) {
 }
 
 // The token of the literal at the read position, or -1 when it is not closed.
-int LiteralToken(TokenValue* value) {
-  const char* text = mc_src.next;
-  const char* end = LiteralEnd(&text);
+int LiteralToken(McScanner* scanner, TokenValue* value) {
+  const char* text = scanner->source.cursor.next;
+  const char* end = LiteralEnd(scanner, &text);
   if (end == nullptr) return -1;
-  McTokenText* copy = McTokenTextNew(static_cast<size_t>(end - text));
-  if (copy == nullptr) return Exhausted();
+  McTokenText* copy =
+      McTokenTextNew(&scanner->strings, static_cast<size_t>(end - text));
   CopyLiteral(text, end, copy);
-  mc_src.line += end[-2] == '\n';
-  mc_src.next = end;
+  scanner->source.cursor.line += end[-2] == '\n';
+  scanner->source.cursor.next = end;
   value->text = copy;
   return TOKEN_SCONST;
 }
 
-void SkipComment() {
-  const auto left = static_cast<size_t>(mc_src.limit - mc_src.next);
-  const void* feed = memchr(mc_src.next, '\n', left);
-  mc_src.next = feed == nullptr ? mc_src.limit : static_cast<const char*>(feed);
+void SkipComment(McScanner* scanner) {
+  const auto left = static_cast<size_t>(scanner->source.cursor.limit -
+                                        scanner->source.cursor.next);
+  const void* feed = memchr(scanner->source.cursor.next, '\n', left);
+  scanner->source.cursor.next = feed == nullptr
+                                    ? scanner->source.cursor.limit
+                                    : static_cast<const char*>(feed);
+}
+
+// Passes a character that begins no token.
+void SkipStray(McScanner* scanner) {
+  const char* stray = scanner->source.cursor.next++;
+  const McSrcPlace place = McSrcPosition(scanner->source);
+  scanner->sink->report({McReportKind::STRAY,
+                         RC_OK,
+                         {stray, 1},
+                         place.level,
+                         place.name,
+                         place.line});
 }
 
 // What is left when the tokens that a source consists of mostly have been
 // recognised. Returns the token, or -1 when something was skipped. It is kept
 // apart so that the loop of McLex needs no room for it.
-[[gnu::noinline]] int RareToken(Start start, TokenValue* value) {
-  const char* text = mc_src.next;
+[[gnu::noinline]] int RareToken(McScanner* scanner, Start start,
+                                TokenValue* value) {
+  const char* text = scanner->source.cursor.next;
   int token = -1;
   switch (start) {
-    case COMMENT: SkipComment(); return -1;
-    case LITERAL: token = LiteralToken(value); break;
+    case COMMENT: SkipComment(scanner); return -1;
+    case LITERAL: token = LiteralToken(scanner, value); break;
     case CHARACTER:
       if (text[1] == '\0' || text[1] == '\n' || text[2] != '\'') break;
       value->integer = static_cast<uint8_t>(text[1]);
-      mc_src.next = text + 3;
+      scanner->source.cursor.next = text + 3;
       return TOKEN_ICONST;
-    case SIGIL: return SigilToken(text, value);
-    case AT: return AtToken(text, value);
+    case SIGIL: return SigilToken(scanner, text, value);
+    case AT: return AtToken(scanner, text, value);
     case END:
-      if (McSrcMore(nullptr)) return -1;
+      if (McSrcMore(&scanner->source, nullptr)) return -1;
       // What is missing must not pass for the end of the source.
-      if (McSrcExhausted()) return Exhausted();
-      return McSrcWrap() ? TOKEN_END_OF_INPUT : -1;
+      if (McSrcReadFailed(scanner->source))
+        McParseFail(scanner, RC_CANNOT_OPEN, "file '%s' cannot be read\n",
+                    McSrcPosition(scanner->source).name);
+      return McSrcWrap(&scanner->source) ? TOKEN_END_OF_INPUT : -1;
     default: break;
   }
-  // What begins no token is written to the standard output.
-  if (token < 0) putchar_unlocked(static_cast<unsigned char>(*mc_src.next++));
+  if (token < 0) SkipStray(scanner);
   return token;
 }
 
 }  // namespace
 
-int McLex(TokenValue* value) {
-  const char* text = mc_src.next;
+int McLex(McScanner* scanner, TokenValue* value) {
+  const char* text = scanner->source.cursor.next;
   for (;;) {
     while (*text == ' ') text++;
     const auto first = static_cast<uint8_t>(*text);
     const Start start = TABLE.start[first];
     switch (start) {
-      case SINGLE: mc_src.next = text + 1; return TABLE.token[first];
-      case NAME: return NameToken(text, McNameRun(text), value);
-      case OPERATOR: return OperatorToken(text, value);
-      case FEED: mc_src.line++; [[fallthrough]];
+      case SINGLE:
+        scanner->source.cursor.next = text + 1;
+        return TABLE.token[first];
+      case NAME: return NameToken(scanner, text, McNameRun(text), value);
+      case OPERATOR: return OperatorToken(scanner, text, value);
+      case FEED: scanner->source.cursor.line++; [[fallthrough]];
       case BLANK: text++; continue;
-      case DIGIT: return NumberToken(text, value);
+      case DIGIT: return NumberToken(scanner, text, value);
       case POINT:
-        if (McIsDigit(text[1])) return NumberToken(text, value);
-        mc_src.next = text + 1;
+        if (UtIsDigit(text[1])) return NumberToken(scanner, text, value);
+        scanner->source.cursor.next = text + 1;
         return TOKEN_DOT;
       default: {
-        mc_src.next = text;
-        const int token = RareToken(start, value);
+        scanner->source.cursor.next = text;
+        const int token = RareToken(scanner, start, value);
         if (token >= 0) return token;
-        text = mc_src.next;
+        text = scanner->source.cursor.next;
       }
     }
   }

@@ -3,8 +3,8 @@
 // One scanner serves programs, modules and mask definitions. It takes the
 // longest token that begins at the read position. Blanks, tabs, line and form
 // feeds and comments (from ! or # to the end of the line) separate tokens. A
-// character that begins no token is written to the standard output, unless it
-// is a zero byte, and skipped: nothing is reported.
+// character that begins no token is reported as a stray one and skipped; the
+// compiler writes it to the standard output.
 //
 //   FNround      FNNAME       %level, @:a.b*   SIGILNAME
 //   CFNplot      CFNNAME      $ % & @ alone    SIGIL
@@ -14,12 +14,12 @@
 //   = += -= /= *=  ASSIGNOP 0 to 4
 //
 // An integer that does not fit is reported with code 5672 and has the value
-// 2147483647.
+// 2147483647. A source that cannot be read to its end is reported with 1006.
 #pragma once
 
 #include <cstdint>
 
-#include "elut/syntax/token_strings.h"
+#include "elut/syntax/scanner.h"
 
 // The next token, one of the grammar's numbers; 0 at the end of all input.
-int McLex(TokenValue* value);
+int McLex(McScanner* scanner, TokenValue* value);

@@ -9,19 +9,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "Cutil/ut_chars.h"
+
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
-
-inline bool McIsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-inline bool McIsLetter(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-inline bool McIsNameByte(char c) {
-  return McIsLetter(c) || McIsDigit(c) || c == '_';
-}
 
 // Length of the run of letters, digits and underscores at `text`.
 inline size_t McNameRun(const char* text) {
@@ -43,7 +35,7 @@ inline size_t McNameRun(const char* text) {
     if (others != 0) return length + static_cast<size_t>(__builtin_ctz(others));
   }
 #else
-  while (McIsNameByte(text[length])) length++;
+  while (UtIsNameByte(text[length])) length++;
   return length;
 #endif
 }

@@ -1,7 +1,11 @@
 // Reading goes through one window per level: whole lines for the scanner in
 // front, the beginning of a line whose end has not been read yet behind them.
 // A refill moves what must stay to the front of the window and reads behind
-// it. Each line is looked at once, with memchr, before the scanner sees it.
+// it.
+//
+// Most text has neither zero bytes nor carriage returns and no line of ten
+// thousand characters. That is found out for a block at a time, and then only
+// its last line feed matters; other blocks are taken line by line.
 #include "elut/syntax/source_reader.h"
 
 #include <fcntl.h>
@@ -9,10 +13,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include "Cutil/codes.h"
+#include "Cutil/ut_file.h"
 
 namespace {
 
@@ -22,198 +26,69 @@ constexpr size_t READ_BYTES = size_t{64} * 1024;
 constexpr size_t LINE_BYTES = MC_SRC_LINE_MAX + 2;  // with CR and LF
 constexpr size_t WINDOW_BYTES = READ_BYTES + 3 * LINE_BYTES;
 
-struct Level {
-  int file = -1;
-  char* name = nullptr;
-  McLineStore* store = nullptr;
-  McLineStore* own_store = nullptr;  // `store`, when the level owns it
-  uint32_t number = 0;               // counts the files opened
-  char* window = nullptr;
-  McSrcCursor cursor = {};  // while a deeper level is current
-  char* rest = nullptr;     // incomplete line behind the complete ones
-  size_t rest_bytes = 0;
-  char* limit = nullptr;     // where the zero byte stands
-  char covered = 0;          // what it stands on
-  uint64_t rest_offset = 0;  // of the incomplete line, in the file
-  bool ended = false;        // nothing behind `limit` will be scanned
-};
-
-struct ReaderState {
-  Level levels[MC_SRC_LEVELS];
-  int top = -1;
-  uint32_t opened = 0;        // number of the file opened last
-  char* text = nullptr;       // copy of a text input
-  char* last_name = nullptr;  // of the bottom file that was closed last
-  uint32_t last_number = 0;   // and its number
-  uint32_t last_line = 0;     // where its counter stood
-  uint32_t included = 0;      // files included since the stack was empty
-  bool exhausted = false;     // a level ended for want of memory
-} state;
-
 constexpr char NO_INPUT[MC_SRC_PADDING] = {};
 
-void CursorToNothing() {
-  mc_src = {NO_INPUT, NO_INPUT, 0};
-}
-
-ssize_t ReadFile(int file, char* place, size_t bytes) {
-  for (;;) {
-    const ssize_t got = read(file, place, bytes);
-    if (got >= 0 || errno != EINTR) return got;
+// A file of the system.
+class DiskFile : public McSrcBytes {
+ public:
+  DiskFile(UtDescriptor file, bool regular)
+      : file_(std::move(file)), regular_(regular) {}
+  ptrdiff_t read(char* place, size_t room) override {
+    return UtRead(file_.number(), place, room);
   }
-}
-
-int OpenSource(const char* name) {
-  const int file = open(name, O_RDONLY | O_CLOEXEC);
-  if (file < 0) return -1;
-  struct stat status;
-  if (fstat(file, &status) != 0 || S_ISDIR(status.st_mode)) {
-    close(file);
-    return -1;
-  }
-  return file;
-}
-
-bool IsRegular(int file) {
-  struct stat status;
-  return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-}
-
-// Frees a level and hands back its name, which is then the caller's.
-char* CloseLevel(Level* level) {
-  if (level->store == nullptr || !level->store->attached()) close(level->file);
-  UtFree(&level->window);
-  UtDelete(&level->own_store);
-  char* name = level->name;
-  *level = {};
-  return name;
-}
-
-void CloseAll() {
-  for (; state.top >= 0; state.top--) {
-    char* name = CloseLevel(&state.levels[state.top]);
-    UtFree(&name);
-  }
-  UtFree(&state.text);
-  UtFree(&state.last_name);
-  state.last_number = 0;
-  state.last_line = 0;
-  state.included = 0;
-  state.exhausted = false;
-  CursorToNothing();
-}
-
-// Pushes a level over an open file, whose owner it becomes. Its lines go to
-// `store`, or to a store of its own.
-int PushLevel(int file, const char* name, McLineStore* store, bool own_store) {
-  Level level;
-  level.file = file;
-  if (own_store) store = level.own_store = UtNew<McLineStore>();
-  const size_t name_bytes = strlen(name) + 1;
-  level.name = static_cast<char*>(UtAllocBytes(name_bytes));
-  level.window =
-      static_cast<char*>(UtAllocBytes(WINDOW_BYTES + MC_SRC_PADDING));
-  if (level.name == nullptr || level.window == nullptr ||
-      (own_store && store == nullptr)) {
-    char* unused = CloseLevel(&level);
-    UtFree(&unused);
-    return RC_NO_MEMORY;
-  }
-  memcpy(level.name, name, name_bytes);
-  memset(level.window, 0, MC_SRC_PADDING);
-  level.rest = level.limit = level.window;
-  level.store = store;
-  level.number = ++state.opened;
-  if (store != nullptr && IsRegular(file)) store->attach(file);
-  if (state.top >= 0) state.levels[state.top].cursor = mc_src;
-  state.levels[++state.top] = level;
-  mc_src = {level.window, level.window, 1};
-  return RC_OK;
-}
-
-// The complete lines at the start of `text`, up to `end`.
-struct Lines {
-  char* end;      // behind the last one
-  char* raw_end;  // the same in the text as it was read
-  uint32_t count;
-  bool stopped;  // a line follows that ends the input of the level
-};
-
-// Finds the complete lines and takes carriage returns in front of line feeds
-// out, so that what follows `end` may have moved.
-Lines TakeLines(char* text, char* end) {
-  Lines lines = {text, text, 0, false};
-  // Most files have neither zero bytes nor carriage returns.
-  const bool zeros =
-      memchr(text, '\0', static_cast<size_t>(end - text)) != nullptr;
-  for (char* line = text; line < end;) {
-    const auto left = static_cast<size_t>(end - line);
-    char* feed = static_cast<char*>(memchr(line, '\n', left));
-    if (feed == nullptr) {
-      lines.stopped = left > MC_SRC_LINE_MAX + 1 ||
-                      (zeros && memchr(line, '\0', left) != nullptr);
-      break;
-    }
-    auto length = static_cast<size_t>(feed - line);
-    if (length > 0 && feed[-1] == '\r') length--;
-    lines.stopped = length > MC_SRC_LINE_MAX ||
-                    (zeros && memchr(line, '\0', length) != nullptr);
-    if (lines.stopped) break;
-    if (lines.end != line) memmove(lines.end, line, length);
-    lines.end += length;
-    *lines.end++ = '\n';
-    lines.raw_end = line = feed + 1;
-    lines.count++;
-  }
-  return lines;
-}
-
-}  // namespace
-
-McSrcCursor mc_src = {NO_INPUT, NO_INPUT, 0};
-
-void McLineStore::release() {
-  if (file_ >= 0) close(file_);
-  file_ = -1;
-  lines_ = 0;
-  blocks_ = {};
-  text_ = {};
-}
-
-int McLineStore::append(const char* text, size_t bytes, uint32_t lines,
-                        uint64_t offset) {
-  return UtGuarded([&] {
-    blocks_.push_back({lines_ + 1, attached() ? offset : text_.size()});
-    if (!attached()) text_.append(text, bytes);
-    lines_ += lines;
-    return RC_OK;
-  });
-}
-
-size_t McLineStore::read_at(uint64_t offset, char* place, size_t bytes) const {
-  if (attached()) {
-    const ssize_t got = pread(file_, place, bytes, static_cast<off_t>(offset));
+  size_t read_again(uint64_t offset, char* place, size_t room) override {
+    const ssize_t got =
+        pread(file_.number(), place, room, static_cast<off_t>(offset));
     return got > 0 ? static_cast<size_t>(got) : 0;
   }
-  const size_t got = std::min<uint64_t>(bytes, text_.size() - offset);
-  memcpy(place, text_.data() + offset, got);
-  return got;
-}
+  bool can_read_again() const override { return regular_; }
 
-const char* McLineStore::text(uint32_t number) {
-  line_[0] = '\0';
-  if (number == 0 || number > lines_) return line_;
+ private:
+  UtDescriptor file_;
+  bool regular_;
+};
+
+// Where the lines of a level begin, for those that a report shows.
+class LineIndex {
+ public:
+  // Lines that begin at `offset` in the file, the first one being `line`; their
+  // text is kept when the file cannot be read again.
+  void append(const McSrcBytes& bytes, uint32_t line, uint64_t offset,
+              std::string_view lines) {
+    blocks_.push_back(
+        {line, bytes.can_read_again() ? offset : uint64_t{kept_.size()}});
+    if (!bytes.can_read_again()) kept_ += lines;
+  }
+
+  UtString text(McSrcBytes* bytes, uint32_t number) const;
+
+ private:
+  struct Block {
+    uint32_t line;    // number of its first line
+    uint64_t offset;  // of that line, in the file or in kept_
+  };
+  size_t read(McSrcBytes* bytes, uint64_t offset, char* place,
+              size_t room) const {
+    if (bytes->can_read_again()) return bytes->read_again(offset, place, room);
+    const size_t got = std::min<uint64_t>(room, kept_.size() - offset);
+    memcpy(place, kept_.data() + offset, got);
+    return got;
+  }
+
+  UtVector<Block> blocks_;
+  UtString kept_;
+};
+
+UtString LineIndex::text(McSrcBytes* bytes, uint32_t number) const {
   const auto above = std::upper_bound(
       blocks_.begin(), blocks_.end(), number,
       [](uint32_t n, const Block& block) { return n < block.line; });
-  const Block& block = above[-1];
-  uint64_t offset = block.offset;
-  uint32_t skip = number - block.line;
+  if (above == blocks_.begin()) return {};
+  uint64_t offset = above[-1].offset;
+  uint32_t skip = number - above[-1].line;
+  UtString line;
   char part[4096];
-  size_t filled = 0;
-  for (;;) {
-    const size_t got = read_at(offset, part, sizeof part);
-    if (got == 0) break;  // the file has become shorter meanwhile
+  while (const size_t got = read(bytes, offset, part, sizeof part)) {
     offset += got;
     const char* from = part;
     const char* end = part + got;
@@ -223,107 +98,229 @@ const char* McLineStore::text(uint32_t number) {
       from = static_cast<const char*>(feed) + 1;
     }
     if (skip > 0) continue;
-    const auto left = static_cast<size_t>(end - from);
-    const void* feed = memchr(from, '\n', left);
-    const size_t length =
-        feed == nullptr
-            ? left
-            : static_cast<size_t>(static_cast<const char*>(feed) - from);
-    const size_t taken = std::min(length, sizeof line_ - 1 - filled);
-    memcpy(line_ + filled, from, taken);
-    filled += taken;
-    if (feed != nullptr) break;
+    const char* feed = std::find(from, end, '\n');
+    line.append(from, feed);
+    if (feed != end || line.size() > LINE_BYTES) break;
   }
-  if (filled > 0 && line_[filled - 1] == '\r') filled--;
-  line_[filled] = '\0';
-  return line_;
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  return line;
 }
 
-void McSrcReset() {
-  CloseAll();
-}
+// The complete lines at the start of a text.
+struct Lines {
+  char* end;      // after the last one
+  char* raw_end;  // the same in the text as it was read
+  bool stopped;   // a line follows that ends the input of the level
+};
 
-int McSrcOpen(const char* name, McLineStore* store) {
-  if (state.top + 1 >= MC_SRC_LEVELS) return RC_CANNOT_OPEN;
-  if (state.top >= 0 && mc_src.next != state.levels[state.top].window &&
-      mc_src.next[-1] != '\n')
-    return RC_CANNOT_OPEN;
-  const int file = OpenSource(name);
-  if (file < 0) return RC_CANNOT_OPEN;
-  return PushLevel(file, name, store, false);
-}
-
-int McSrcInclude(const char* name, bool* too_deep) {
-  *too_deep = false;
-  if (state.top < 0) return RC_CANNOT_OPEN;
-  const int file = OpenSource(name);
-  if (file < 0) return RC_CANNOT_OPEN;
-  if (state.top + 1 >= MC_SRC_LEVELS || state.included == MC_SRC_INCLUDES) {
-    close(file);
-    *too_deep = true;
-    return RC_CANNOT_OPEN;
+// Takes lines one by one, and carriage returns in front of line feeds out, so
+// that what follows `end` may have moved.
+Lines TakeEachLine(char* text, char* end) {
+  Lines lines = {text, text, false};
+  const auto has_zero = [](const char* line, size_t length) {
+    return memchr(line, '\0', length) != nullptr;
+  };
+  for (char* line = text; line < end;) {
+    const auto left = static_cast<size_t>(end - line);
+    char* feed = static_cast<char*>(memchr(line, '\n', left));
+    if (feed == nullptr) {
+      lines.stopped = left > MC_SRC_LINE_MAX + 1 || has_zero(line, left);
+      break;
+    }
+    auto length = static_cast<size_t>(feed - line);
+    if (length > 0 && feed[-1] == '\r') length--;
+    lines.stopped = length > MC_SRC_LINE_MAX || has_zero(line, length);
+    if (lines.stopped) break;
+    if (lines.end != line) memmove(lines.end, line, length);
+    lines.end += length;
+    *lines.end++ = '\n';
+    lines.raw_end = line = feed + 1;
   }
-  state.included++;
-  return PushLevel(file, name, nullptr, true);
+  return lines;
 }
 
-int McSrcSetText(const char* text) {
-  CloseAll();
-  const size_t length = strnlen(text, MC_SRC_LINE_MAX + 1);
-  state.text = static_cast<char*>(UtAllocZero(length + MC_SRC_PADDING, 1));
-  if (state.text == nullptr) return RC_NO_MEMORY;
-  memcpy(state.text, text, length);
-  mc_src = {state.text, state.text + length, 0};
+// True when no line of the text, nor what follows its last line feed, is longer
+// than a line may be. Looks at a line feed in ten thousand bytes or so.
+bool LinesFit(const char* text, const char* end) {
+  while (static_cast<size_t>(end - text) > MC_SRC_LINE_MAX) {
+    const void* feed = memrchr(text, '\n', MC_SRC_LINE_MAX + 1);
+    if (feed == nullptr) return false;
+    text = static_cast<const char*>(feed) + 1;
+  }
+  return true;
+}
+
+Lines TakeLines(char* text, char* end) {
+  const auto bytes = static_cast<size_t>(end - text);
+  if (memchr(text, '\0', bytes) != nullptr ||
+      memchr(text, '\r', bytes) != nullptr || !LinesFit(text, end))
+    return TakeEachLine(text, end);
+  char* feed = static_cast<char*>(memrchr(text, '\n', bytes));
+  char* after = feed == nullptr ? text : feed + 1;
+  return {after, after, false};
+}
+
+uint32_t FeedsIn(const char* text, const char* end) {
+  return static_cast<uint32_t>(std::count(text, end, '\n'));
+}
+
+}  // namespace
+
+// One open file.
+struct McSrcLevel {
+  UtString name;
+  UtPtr<McSrcBytes> bytes;
+  uint32_t number = 0;  // counts the files opened
+  UtBlock window;
+  McSrcCursor cursor = {};  // while a deeper level is current
+  char* rest = nullptr;     // incomplete line after the complete ones
+  size_t rest_bytes = 0;
+  char* limit = nullptr;     // where the zero byte stands
+  char covered = 0;          // what it stands on
+  uint64_t rest_offset = 0;  // of the incomplete line, in the file
+  bool ended = false;        // nothing after `limit` will be scanned
+  bool failed = false;       // because of a read error
+  LineIndex lines;
+};
+
+namespace {
+
+McSrcLevel* Top(const McSource& source) {
+  return source.levels.empty() ? nullptr : source.levels.back().get();
+}
+
+void CursorToNothing(McSource* source) {
+  source->cursor = {NO_INPUT, NO_INPUT, 0};
+}
+
+bool IsFull(const McSource& source) {
+  return source.levels.size() >= size_t{MC_SRC_LEVELS};
+}
+
+// Pushes a level over an open file.
+void PushLevel(McSource* source, UtPtr<McSrcBytes> bytes, const char* name) {
+  auto level = UtMake<McSrcLevel>();
+  level->name = name;
+  level->bytes = std::move(bytes);
+  level->window = UtBlock(WINDOW_BYTES + MC_SRC_PADDING);
+  memset(level->window.data(), 0, MC_SRC_PADDING);
+  level->rest = level->limit = level->window.data();
+  level->number = source->opened + 1;
+  source->levels.reserve(MC_SRC_LEVELS);
+  // From here on nothing fails.
+  source->opened++;
+  if (McSrcLevel* below = Top(*source)) below->cursor = source->cursor;
+  source->cursor = {level->limit, level->limit, 1};
+  source->levels.push_back(std::move(level));
+}
+
+}  // namespace
+
+UtPtr<McSrcBytes> McSrcFiles::open(const char* name) {
+  UtDescriptor file(::open(name, O_RDONLY | O_CLOEXEC));
+  struct stat status;
+  if (!file.is_open() || fstat(file.number(), &status) != 0 ||
+      S_ISDIR(status.st_mode))
+    return nullptr;
+  return UtMake<DiskFile>(std::move(file), S_ISREG(status.st_mode));
+}
+
+ptrdiff_t McSrcMemory::read(char* place, size_t room) {
+  const size_t got = read_again(at_, place, room);
+  at_ += got;
+  return static_cast<ptrdiff_t>(got);
+}
+
+size_t McSrcMemory::read_again(uint64_t offset, char* place, size_t room) {
+  const size_t got =
+      offset < text_.size() ? std::min(room, text_.size() - offset) : 0;
+  memcpy(place, text_.data() + offset, got);
+  return got;
+}
+
+McSource::McSource(McSrcProvider* files) : provider(files) {
+  CursorToNothing(this);
+}
+
+McSource::~McSource() = default;
+
+void McSrcReset(McSource* source) {
+  source->levels.clear();
+  source->ended.reset();
+  source->text.clear();
+  source->included = 0;
+  CursorToNothing(source);
+}
+
+int McSrcOpen(McSource* source, const char* name) {
+  if (IsFull(*source)) return RC_CANNOT_OPEN;
+  const McSrcLevel* top = Top(*source);
+  const char* next = source->cursor.next;
+  if (top != nullptr && next != top->window.data() && next[-1] != '\n')
+    return RC_CANNOT_OPEN;
+  UtPtr<McSrcBytes> bytes = source->provider->open(name);
+  if (bytes == nullptr) return RC_CANNOT_OPEN;
+  PushLevel(source, std::move(bytes), name);
   return RC_OK;
 }
 
-void McSrcStop() {
-  mc_src.next = mc_src.limit = NO_INPUT;
-  for (int i = 0; i <= state.top; i++) {
-    Level* level = &state.levels[i];
-    level->ended = true;
-    level->rest_bytes = 0;
-    level->cursor.next = level->cursor.limit = NO_INPUT;
-  }
+int McSrcInclude(McSource* source, const char* name) {
+  if (source->levels.empty()) return RC_CANNOT_OPEN;
+  UtPtr<McSrcBytes> bytes = source->provider->open(name);
+  if (bytes == nullptr) return RC_CANNOT_OPEN;
+  if (IsFull(*source) || source->included == MC_SRC_INCLUDES)
+    return RC_TOO_DEEP;
+  PushLevel(source, std::move(bytes), name);
+  source->included++;
+  return RC_OK;
 }
 
-bool McSrcMore(const char** keep) {
-  if (state.top < 0) return false;
-  Level* level = &state.levels[state.top];
-  if (level->ended) return false;
+void McSrcSetText(McSource* source, std::string_view text) {
+  McSrcReset(source);
+  text = text.substr(0, MC_SRC_LINE_MAX + 1);
+  text = text.substr(0, text.find('\0'));
+  source->text.assign(text.begin(), text.end());
+  source->text.resize(text.size() + MC_SRC_PADDING, '\0');
+  const char* start = source->text.data();
+  source->cursor = {start, start + text.size(), 0};
+}
+
+bool McSrcMore(McSource* source, const char** keep) {
+  McSrcLevel* level = Top(*source);
+  if (level == nullptr || level->ended) return false;
+  McSrcCursor* cursor = &source->cursor;
+  const uint32_t line = cursor->line + FeedsIn(cursor->next, cursor->limit);
 
   // Bring the kept text and the incomplete line to the front.
+  char* window = level->window.data();
   *level->limit = level->covered;
   size_t kept = 0;
   if (keep != nullptr) {
-    kept = static_cast<size_t>(mc_src.limit - *keep);
-    memmove(level->window, *keep, kept);
-    mc_src.next = level->window + (mc_src.next - *keep);
-    *keep = level->window;
+    kept = static_cast<size_t>(cursor->limit - *keep);
+    memmove(window, *keep, kept);
+    cursor->next = window + (cursor->next - *keep);
+    *keep = window;
   } else {
-    mc_src.next = level->window;
+    cursor->next = window;
   }
-  char* start = level->window + kept;
+  char* start = window + kept;
   if (level->rest_bytes > 0) memmove(start, level->rest, level->rest_bytes);
   char* filled = start + level->rest_bytes;
 
-  Lines lines = {start, start, 0, false};
-  while (lines.count == 0 && !lines.stopped) {
-    const ssize_t got = ReadFile(level->file, filled, READ_BYTES);
+  Lines lines = {start, start, false};
+  while (lines.end == start && !lines.stopped) {
+    const ptrdiff_t got = level->bytes->read(filled, READ_BYTES);
+    level->failed = got < 0;
     if (got <= 0) break;
     filled += got;
     lines = TakeLines(start, filled);
   }
   memset(filled, 0, MC_SRC_PADDING);
-  level->ended = lines.count == 0 || lines.stopped;
-  if (lines.count > 0 && level->store != nullptr &&
-      level->store->append(start, static_cast<size_t>(lines.end - start),
-                           lines.count, level->rest_offset) != RC_OK) {
-    lines.count = 0;
-    lines.end = start;
-    level->ended = true;
-    state.exhausted = true;
-  }
+  const bool any = lines.end != start;
+  level->ended = !any || lines.stopped;
+  if (any)
+    level->lines.append(*level->bytes, line, level->rest_offset,
+                        {start, static_cast<size_t>(lines.end - start)});
   level->rest_offset += static_cast<uint64_t>(lines.raw_end - start);
   level->rest = lines.raw_end;
   level->rest_bytes =
@@ -331,45 +328,41 @@ bool McSrcMore(const char** keep) {
   level->limit = lines.end;
   level->covered = *lines.end;
   *lines.end = '\0';
-  mc_src.limit = lines.end;
-  return lines.count > 0;
+  cursor->limit = lines.end;
+  return any;
 }
 
-bool McSrcExhausted() {
-  return state.exhausted;
+bool McSrcReadFailed(const McSource& source) {
+  return !source.levels.empty() && Top(source)->failed;
 }
 
-bool McSrcWrap() {
-  if (state.top < 0) return true;
-  const uint32_t line = mc_src.line;
-  const uint32_t number = state.levels[state.top].number;
-  char* name = CloseLevel(&state.levels[state.top--]);
-  if (state.top >= 0) {
-    UtFree(&name);
-    mc_src = state.levels[state.top].cursor;
+bool McSrcWrap(McSource* source) {
+  if (source->levels.empty()) return true;
+  UtPtr<McSrcLevel> level = std::move(source->levels.back());
+  source->levels.pop_back();
+  if (McSrcLevel* below = Top(*source)) {
+    source->cursor = below->cursor;
     return false;
   }
-  UtFree(&state.last_name);
-  state.last_name = name;
-  state.last_number = number;
-  state.last_line = line;
-  state.included = 0;
-  CursorToNothing();
+  level->cursor = source->cursor;
+  level->window.reset();
+  source->ended = std::move(level);
+  CursorToNothing(source);
   return true;
 }
 
-McSrcPlace McSrcPosition() {
-  if (state.top >= 0)
-    return {state.top, state.levels[state.top].number, mc_src.line,
-            state.levels[state.top].name};
-  return {-1, state.last_number, state.last_line,
-          state.last_name == nullptr ? "" : state.last_name};
+McSrcPlace McSrcPosition(const McSource& source) {
+  if (const McSrcLevel* top = Top(source))
+    return {static_cast<int>(source.levels.size()) - 1, top->number,
+            source.cursor.line, top->name.c_str()};
+  if (const McSrcLevel* last = source.ended.get())
+    return {-1, last->number, last->cursor.line, last->name.c_str()};
+  return {-1, 0, 0, ""};
 }
 
-McLineStore* McSrcLines() {
-  return state.top >= 0 ? state.levels[state.top].store : nullptr;
-}
-
-const char* McSrcLineText(McLineStore* store, uint32_t number) {
-  return store == nullptr ? "" : store->text(number);
+UtString McSrcLineText(const McSource& source, uint32_t file, uint32_t number) {
+  const McSrcLevel* level = Top(source);
+  if (level == nullptr) level = source.ended.get();
+  if (level == nullptr || level->number != file) return {};
+  return level->lines.text(level->bytes.get(), number);
 }

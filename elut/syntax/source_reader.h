@@ -2,30 +2,32 @@
 //
 // Open files form a stack of at most 32 levels, numbered 0 to 31; the level
 // number is -1 while no file is open. When the top file ends, reading goes on
-// in the file below, right behind the place where the upper one was opened.
+// in the file below, right after the place where the upper one was opened.
 // Each file counts its own lines from 1.
 //
-// The scanner reads through McSrcCursor: the text from `next` up to `limit`
-// consists of complete lines of the current level, and a zero byte stands at
-// `limit`. The scanner advances `next` itself and counts the line feeds that it
-// passes; a character that it looked at and did not take is not passed. At
-// `limit` it calls McSrcMore.
+// The scanner reads through the cursor of an McSource: the text from `next` up
+// to `limit` consists of complete lines of the current level, and a zero byte
+// stands at `limit`. The scanner advances `next` itself and counts the line
+// feeds that it passes; a character that it looked at and did not take is not
+// passed. At `limit` it calls McSrcMore.
 //
 // What a line is: at most 10,238 characters and a line feed. A carriage return
 // in front of the line feed is not part of it. The input of a level ends in
 // front of a line that is longer, that holds a zero byte, or that has no line
-// feed at its end; the same goes for a read error.
+// feed at its end. A read error ends it, too, and can be asked for.
 //
-// A line store keeps what McSrcLineText needs to show a line of a file in a
-// report. That of the bottom file belongs to the caller and outlives its level;
-// included files have stores of their own while they are open. For a regular
-// file it keeps the open file and the offset of every 64 KiB of it, not the
-// text, so that a compile does not hold its source in memory; for a FIFO or a
-// device it keeps the text.
+// Where the bytes come from is the affair of an McSrcProvider: files of the
+// system, or texts in memory that stand for files. To show a line of a source
+// in a report, it is read again; of what can be read only once, a FIFO or a
+// device, the lines are kept.
+//
+// An McSource owns what it has opened. Everything here throws bad_alloc when
+// memory is exhausted.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "Cutil/ut_memory.h"
 
@@ -34,87 +36,113 @@ inline constexpr int MC_SRC_LEVELS = 32;
 // otherwise be read some billion times.
 inline constexpr uint32_t MC_SRC_INCLUDES = 10000;
 inline constexpr size_t MC_SRC_LINE_MAX = 10238;  // without the line feed
-// Bytes behind `limit` that may be loaded, though not interpreted.
+// Bytes after `limit` that may be loaded, though not interpreted.
 inline constexpr size_t MC_SRC_PADDING = 32;
+
+// The bytes of one source.
+class McSrcBytes {
+ public:
+  McSrcBytes() = default;
+  McSrcBytes(const McSrcBytes&) = delete;
+  McSrcBytes& operator=(const McSrcBytes&) = delete;
+  virtual ~McSrcBytes() = default;
+
+  // The next bytes, at most `room`: their number, 0 at the end, -1 when they
+  // cannot be read.
+  [[nodiscard]] virtual ptrdiff_t read(char* place, size_t room) = 0;
+
+  // Bytes that were read before, from `offset` on; 0 when there are none any
+  // more.
+  [[nodiscard]] virtual size_t read_again(uint64_t offset, char* place,
+                                          size_t room) = 0;
+  [[nodiscard]] virtual bool can_read_again() const = 0;
+};
+
+// Opens sources by their names.
+class McSrcProvider {
+ public:
+  McSrcProvider() = default;
+  McSrcProvider(const McSrcProvider&) = delete;
+  McSrcProvider& operator=(const McSrcProvider&) = delete;
+  virtual ~McSrcProvider() = default;
+
+  // nullptr when there is no such source.
+  [[nodiscard]] virtual UtPtr<McSrcBytes> open(const char* name) = 0;
+};
+
+// The files of the system, exactly as named; a directory is none.
+class McSrcFiles : public McSrcProvider {
+ public:
+  [[nodiscard]] UtPtr<McSrcBytes> open(const char* name) override;
+};
+
+// Bytes in memory, which outlive the source that reads them.
+class McSrcMemory : public McSrcBytes {
+ public:
+  explicit McSrcMemory(std::string_view text) : text_(text) {}
+  ptrdiff_t read(char* place, size_t room) override;
+  size_t read_again(uint64_t offset, char* place, size_t room) override;
+  bool can_read_again() const override { return true; }
+
+ private:
+  std::string_view text_;
+  size_t at_ = 0;
+};
 
 struct McSrcCursor {
   const char* next;   // next character
   const char* limit;  // end of the complete lines at hand; holds a zero byte
   uint32_t line;      // line that `next` is in, counted from 1
 };
-extern McSrcCursor mc_src;
 
-class McLineStore {
- public:
-  McLineStore() = default;
-  McLineStore(const McLineStore&) = delete;
-  McLineStore& operator=(const McLineStore&) = delete;
-  ~McLineStore() { release(); }
+struct McSrcLevel;
 
-  // Drops all lines.
-  void release();
+struct McSource {
+  // The provider outlives the source.
+  explicit McSource(McSrcProvider* files);
+  McSource(const McSource&) = delete;
+  McSource& operator=(const McSource&) = delete;
+  ~McSource();
 
-  // Keeps `file` open until it is released; lines are read from it again.
-  void attach(int file) { file_ = file; }
-  bool attached() const { return file_ >= 0; }
-
-  // Adds `lines` complete lines, `text` of `bytes` bytes, which begin at
-  // `offset` in the file. Returns 0 or RC_NO_MEMORY.
-  [[nodiscard]] int append(const char* text, size_t bytes, uint32_t lines,
-                           uint64_t offset);
-
-  // Line `number`, counted from 1, without its line feed; the empty text when
-  // there is no such line. Valid until the next call.
-  const char* text(uint32_t number);
-
- private:
-  struct Block {
-    uint32_t line;    // number of its first line
-    uint64_t offset;  // of that line, in the file or in text_
-  };
-  size_t read_at(uint64_t offset, char* place, size_t bytes) const;
-
-  int file_ = -1;  // -1: the lines are in text_
-  uint32_t lines_ = 0;
-  UtVector<Block> blocks_;
-  UtString text_;
-  char line_[MC_SRC_LINE_MAX + 2] = {};
+  McSrcCursor cursor;
+  McSrcProvider* provider;
+  UtVector<UtPtr<McSrcLevel>> levels;  // the current one last
+  UtPtr<McSrcLevel> ended;             // the bottom level, when it has ended
+  UtVector<char> text;                 // copy of a text input
+  uint32_t opened = 0;                 // number of the file opened last
+  uint32_t included = 0;               // files included so far
 };
 
-// Closes every level, and forgets the file that was open last.
-void McSrcReset();
+// Closes every level, and forgets the one that ended.
+void McSrcReset(McSource* source);
 
-// Opens `name`, exactly as named, as a new level; `store`, or nullptr, gets its
-// lines. Returns RC_CANNOT_OPEN when it cannot be opened or is a directory,
-// when 32 levels are open, or when part of the current line has been read; the
-// stack is then as it was. RC_NO_MEMORY likewise.
-[[nodiscard]] int McSrcOpen(const char* name, McLineStore* store);
+// Opens `name` as a new level. Returns 0, or RC_CANNOT_OPEN when there is no
+// such source, when 32 levels are open, or when part of the current line has
+// been read; the stack is then as it was.
+[[nodiscard]] int McSrcOpen(McSource* source, const char* name);
 
 // The same in the middle of a line, whose rest is read when the new level has
-// ended: what INCLUDE needs. `*too_deep` tells whether the 33rd level, or
-// file number 10,001, was the reason. Without an open level, as in text input,
+// ended: what INCLUDE needs. Returns 0; RC_CANNOT_OPEN; RC_TOO_DEEP for the
+// 33rd level or file number 10,001. Without an open level, as in text input,
 // it is refused.
-[[nodiscard]] int McSrcInclude(const char* name, bool* too_deep);
+[[nodiscard]] int McSrcInclude(McSource* source, const char* name);
 
 // Makes `text` (its first 10,239 characters) the whole input. Levels that are
-// open are closed. No lines are counted. Returns 0 or RC_NO_MEMORY.
-[[nodiscard]] int McSrcSetText(const char* text);
-
-// Makes the input end here, whatever is left of it.
-void McSrcStop();
+// open are closed. No lines are counted.
+void McSrcSetText(McSource* source, std::string_view text);
 
 // Brings further complete lines of the current level in front of `limit`;
 // false when the level has ended. The text from `*keep` on stays readable in
 // front of them, and `*keep` and the cursor follow it to where it is now.
 // Without `keep` the text that was read is gone.
-bool McSrcMore(const char** keep);
+bool McSrcMore(McSource* source, const char** keep);
 
-// True when a level ended in front of lines that no memory was left to keep.
-bool McSrcExhausted();
+// True when a read error ended the current level.
+bool McSrcReadFailed(const McSource& source);
 
 // Ends the current level. True when there is no more input, false when reading
 // goes on in the level below.
-bool McSrcWrap();
+bool McSrcWrap(McSource* source);
 
 struct McSrcPlace {
   int level;         // -1: no file is open
@@ -122,11 +150,8 @@ struct McSrcPlace {
   uint32_t line;     // of the current level, or where the last file ended
   const char* name;  // of the current or that last file; empty for text input
 };
-McSrcPlace McSrcPosition();
+McSrcPlace McSrcPosition(const McSource& source);
 
-// The line store of the current level; nullptr when it has none, or when no
-// file is open.
-McLineStore* McSrcLines();
-
-// Line `number` of the store; the empty text when there is none, or no store.
-const char* McSrcLineText(McLineStore* store, uint32_t number);
+// Line `number` of a file, as long as that is the current one or the bottom one
+// that has ended; the empty text otherwise, and when there is no such line.
+UtString McSrcLineText(const McSource& source, uint32_t file, uint32_t number);

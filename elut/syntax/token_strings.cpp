@@ -1,22 +1,16 @@
+// Names are records in an arena, the text behind each, found by an index of
+// pointers to them. Reserved words are entered first.
 #include "elut/syntax/token_strings.h"
 
 #include <cstring>
 
-#include "Cutil/ut_arena.h"
-#include "Cutil/ut_memory.h"
+#include "Cutil/ut_chars.h"
+#include "Cutil/ut_hash.h"
 #include "elut/grammar.h"
 
 namespace {
 
-constexpr uint32_t FIRST_SLOTS = 1024;
-
-// Stands for the table while there is none.
-McName* no_slot = nullptr;
-
-struct TokenStrings {
-  UtArena names{UtArena::LARGEST_CHUNK / 4};
-  UtArena texts{UtArena::LARGEST_CHUNK};
-} state;
+constexpr size_t FIRST_SLOTS = 1024;
 
 struct Word {
   const char* text;
@@ -42,51 +36,28 @@ uint32_t HashOf(const char* text, size_t length) {
 
 // What a word that is not reserved is.
 int TokenOf(const char* text, size_t length) {
-  if (!McIsLetter(text[0])) return TOKEN_SIGILNAME;
-  if (length > 2 && memcmp(text, "FN", 2) == 0 && McIsLetter(text[2]))
+  if (!UtIsLetter(text[0])) return TOKEN_SIGILNAME;
+  if (length > 2 && memcmp(text, "FN", 2) == 0 && UtIsLetter(text[2]))
     return TOKEN_FNNAME;
-  if (length > 3 && memcmp(text, "CFN", 3) == 0 && McIsLetter(text[3]))
+  if (length > 3 && memcmp(text, "CFN", 3) == 0 && UtIsLetter(text[3]))
     return TOKEN_CFNNAME;
   return TOKEN_IDENT;
 }
 
 // The slot of the name, or the empty one where it belongs.
-McName** SlotOf(const char* text, size_t length) {
-  uint32_t at = HashOf(text, length) & mc_names.mask;
-  for (;; at = (at + 1) & mc_names.mask) {
-    McName* name = mc_names.slots[at];
-    if (name == nullptr) break;
-    if (name->length == length && memcmp(name->text(), text, length) == 0)
-      break;
-  }
-  return &mc_names.slots[at];
+McName** SlotOf(McTokenStrings* strings, const char* text, size_t length) {
+  return strings->names.slot(HashOf(text, length), [&](const McName* name) {
+    return name->length == length && memcmp(name->text(), text, length) == 0;
+  });
 }
 
-bool IsStarted() {
-  return mc_names.slots != &no_slot;
-}
-
-bool MakeTable(uint32_t slots) {
-  auto* table = static_cast<McName**>(UtAllocZero(slots, sizeof(McName*)));
-  if (table == nullptr) return false;
-  const McNameTable old = mc_names;
-  const bool grown = IsStarted();
-  mc_names = {table, slots - 1, old.count};
-  for (uint32_t i = 0; grown && i <= old.mask; i++) {
-    const McName* name = old.slots[i];
-    if (name != nullptr) *SlotOf(name->text(), name->length) = old.slots[i];
-  }
-  if (grown) UtFreeBlock(old.slots);
-  return true;
-}
-
-McName* AddName(const char* text, size_t length, int token) {
-  if (mc_names.count * 2 > mc_names.mask && !MakeTable((mc_names.mask + 1) * 2))
-    return nullptr;
+McName* AddName(McTokenStrings* strings, const char* text, size_t length,
+                int token) {
+  strings->names.make_room(FIRST_SLOTS);
   // The whole text of a short name can be loaded as words.
   const size_t room = length < 8 ? 8 : length + 1;
-  auto* name = static_cast<McName*>(state.names.take(sizeof(McName) + room));
-  if (name == nullptr) return nullptr;
+  void* block = strings->name_arena.take(sizeof(McName) + room);
+  auto* name = static_cast<McName*>(block);
   *name = {};
   name->length = static_cast<uint32_t>(length);
   name->token = static_cast<uint16_t>(token);
@@ -99,65 +70,53 @@ McName* AddName(const char* text, size_t length, int token) {
     name->key[0] = key.first;
     name->key[1] = key.last;
   }
-  *SlotOf(place, length) = name;
-  mc_names.count++;
+  strings->names.fill(SlotOf(strings, place, length), name);
   return name;
 }
 
-bool Start() {
-  if (!MakeTable(FIRST_SLOTS)) return false;
+}  // namespace
+
+uint32_t UtHashOf(const McName* name) {
+  return HashOf(name->text(), name->length);
+}
+
+McTokenStrings::McTokenStrings() {
   int32_t function = 0;
   for (const Word& word : RESERVED) {
     char padded[16] = {};
     const size_t length = strlen(word.text);
     memcpy(padded, word.text, length);
-    McName* name = AddName(padded, length, word.token);
-    if (name == nullptr) {
-      McTokenStringsFree();
-      return false;
-    }
+    McName* name = AddName(this, padded, length, word.token);
     if (word.token == TOKEN_BUILTIN) name->value.integer = function++;
     if (word.token == TOKEN_RCONST) name->value.real = PI;
   }
-  return true;
 }
 
-}  // namespace
-
-McNameTable mc_names = {&no_slot, 0, 0};
-
-McName* McNameSearch(const char* text, size_t length) {
-  if (!IsStarted() && !Start()) return nullptr;
-  McName* name = *SlotOf(text, length);
-  return name != nullptr ? name : AddName(text, length, TokenOf(text, length));
+McName* McNameSearch(McTokenStrings* strings, const char* text, size_t length) {
+  McName* name = *SlotOf(strings, text, length);
+  return name != nullptr
+             ? name
+             : AddName(strings, text, length, TokenOf(text, length));
 }
 
-McName* McNameIntern(const char* text) {
+McName* McNameIntern(McTokenStrings* strings, const char* text) {
   const size_t length = strlen(text);
-  if (length >= 8) return McNameScan(text, length);
+  if (length >= 8) return McNameScan(strings, text, length);
   char padded[8] = {};
   memcpy(padded, text, length + 1);
-  return McNameScan(padded, length);
+  return McNameScan(strings, padded, length);
 }
 
-McTokenText* McTokenTextNew(size_t length) {
+McTokenText* McTokenTextNew(McTokenStrings* strings, size_t length) {
   const size_t bytes = sizeof(McTokenText) + length + 1;
-  if (bytes > UINT32_MAX) return nullptr;
-  auto* text = static_cast<McTokenText*>(state.texts.take(bytes));
-  if (text == nullptr) return nullptr;
+  if (bytes > UINT32_MAX) throw std::bad_alloc();
+  auto* text = static_cast<McTokenText*>(strings->text_arena.take(bytes));
   text->capacity = static_cast<uint32_t>(length + 1);
   text->length = 0;
   text->text()[0] = '\0';
   return text;
 }
 
-void McTokenTextRelease(McTokenText* text) {
-  state.texts.give_back(text, sizeof(McTokenText) + text->capacity);
-}
-
-void McTokenStringsFree() {
-  if (IsStarted()) UtFreeBlock(mc_names.slots);
-  mc_names = {&no_slot, 0, 0};
-  state.names.release();
-  state.texts.release();
+void McTokenTextRelease(McTokenStrings* strings, McTokenText* text) {
+  strings->text_arena.give_back(text, sizeof(McTokenText) + text->capacity);
 }

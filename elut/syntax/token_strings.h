@@ -4,8 +4,8 @@
 // once each: two tokens with the same text carry the same McName, which
 // therefore is also the place where the program model notes what the name
 // means just now. Texts of string literals are kept until the action that
-// consumes one releases it. Nothing has to be released: everything goes when
-// the file is done or its parse failed, with McTokenStringsFree.
+// consumes one releases it. Nothing has to be released: everything goes with
+// the McTokenStrings of the compile.
 //
 // Keywords and built-in functions are names, too, so that one look-up decides
 // what a word is.
@@ -14,7 +14,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Cutil/ut_hash.h"
+#include "Cutil/ut_arena.h"
+#include "Cutil/ut_index.h"
 #include "elut/syntax/scan_bytes.h"
 
 struct McName;
@@ -29,8 +30,8 @@ union TokenValue {
   uint8_t code;       // ASSIGNOP: operator; SIGIL: the character
 };
 
-// A name, closed by a zero byte. The pointer stays valid until
-// McTokenStringsFree.
+// A name, closed by a zero byte. The pointer stays valid as
+// long as the McTokenStrings.
 struct McName {
   uint64_t key[2];   // of a short name, see McNameKey
   uint32_t length;   // characters
@@ -64,14 +65,6 @@ struct McTokenText {
   char* text() { return reinterpret_cast<char*>(this + 1); }
 };
 
-// The table of names: open addressing, at most half full.
-struct McNameTable {
-  McName** slots;  // nullptr: empty
-  uint32_t mask;   // number of slots - 1
-  uint32_t count;  // names
-};
-extern McNameTable mc_names;
-
 // A name of up to 16 characters is known by its length and two words: the first
 // and the last 8 characters, which may overlap, or all of them and none.
 inline constexpr size_t MC_SHORT_NAME = 16;
@@ -94,31 +87,46 @@ inline McNameKey McKeyOfName(const char* text, size_t length) {
   return {McLoadBytes(text, 8), McLoadBytes(text + length - 8, 8)};
 }
 
-// The name `length` bytes long at `text`, of which 8 bytes may be read in any
-// case. nullptr when memory is exhausted.
-[[nodiscard]] McName* McNameSearch(const char* text, size_t length);
+struct McTokenStrings {
+  // Knows the reserved words from the start. Throws bad_alloc.
+  McTokenStrings();
+  McTokenStrings(const McTokenStrings&) = delete;
+  McTokenStrings& operator=(const McTokenStrings&) = delete;
 
-[[nodiscard]] inline McName* McNameScan(const char* text, size_t length) {
+  UtIndex<McName*> names;
+  UtArena name_arena{UtArena::LARGEST_CHUNK / 4};
+  UtArena text_arena{UtArena::LARGEST_CHUNK};
+};
+
+uint32_t UtHashOf(const McName* name);
+inline bool UtIsEmpty(const McName* name) {
+  return name == nullptr;
+}
+
+// The name `length` bytes long at `text`, of which 8 bytes may be read in any
+// case. Throws bad_alloc.
+[[nodiscard]] McName* McNameSearch(McTokenStrings* strings, const char* text,
+                                   size_t length);
+
+[[nodiscard]] inline McName* McNameScan(McTokenStrings* strings,
+                                        const char* text, size_t length) {
   // Nearly every word of a source is short, and stands in its first slot.
   if (length <= MC_SHORT_NAME) {
     const McNameKey key = McKeyOfName(text, length);
-    McName* name = mc_names.slots[key.hash() & mc_names.mask];
+    McName* name = strings->names.first(key.hash());
     if (name != nullptr && name->key[0] == key.first &&
         name->key[1] == key.last && name->length == length)
       return name;
   }
-  return McNameSearch(text, length);
+  return McNameSearch(strings, text, length);
 }
 
 // The name of a text closed by a zero byte.
-[[nodiscard]] McName* McNameIntern(const char* text);
+[[nodiscard]] McName* McNameIntern(McTokenStrings* strings, const char* text);
 
-// A text with room for `length` characters, empty for now; nullptr when memory
-// is exhausted.
-[[nodiscard]] McTokenText* McTokenTextNew(size_t length);
+// A text with room for `length` characters, empty for now. Throws bad_alloc.
+[[nodiscard]] McTokenText* McTokenTextNew(McTokenStrings* strings,
+                                          size_t length);
 
 // Gives a text back.
-void McTokenTextRelease(McTokenText* text);
-
-// Frees all names and texts.
-void McTokenStringsFree();
+void McTokenTextRelease(McTokenStrings* strings, McTokenText* text);

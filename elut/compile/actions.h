@@ -1,0 +1,97 @@
+// The decisions behind the actions of the grammar, which calls nothing else but
+// the builders of node_build.h and variables.h.
+//
+// All of them throw bad_alloc when memory is exhausted, which ends the parse.
+#pragma once
+
+#include "elut/compile/front.h"
+
+// Values of the parser's stack. Tokens have token, rules one of the others.
+union McSemantic {
+  TokenValue token;
+  McNodeRef node;
+  McNodeList list;  // nodes of a list; VAR node and its last child
+  uint32_t number;  // a count, a key code, a line
+  uint8_t op;       // McOperator
+  const char* chars;
+  McTokenText* text;
+  EventSpec event;
+  MaskObjectType type;
+};
+
+// Results of builders -------------------------------------------------------
+
+// The source goes on as if nothing had been refused; users see nothing, except
+// when a table of the file is full: that is reported with 3011.
+void McIgnoreRefusal(McFront* front, int code);
+
+// A refusal becomes the result of the parse, without a word of its own.
+void McFailWith(McFront* front, int code);
+
+// Top level and imports (imports.cpp) ----------------------------------------
+
+// Checks that a top-level form is allowed and narrows the mode to it. When it
+// is not, reports "error in declaration" under `code` and returns false.
+[[nodiscard]] bool McParseCheckMode(McFront* front, ParseMode form, int code);
+
+// IMPORT of the names that were added since the list began.
+void McParseBeginNames(McFront* front, McName* name);
+void McParseAddName(McFront* front, McName* name);
+void McParseImport(McFront* front, uint8_t kind, const char* from,
+                   const char* module, const char* file);
+
+// INCLUDE: reading goes on in that file.
+void McParseInclude(McFront* front, const char* name);
+
+// Statements (statements.cpp) ------------------------------------------------
+
+// A statement begins with `token`, if that can begin one. Returns its line.
+uint32_t McParseBeginStatement(McFront* front, int token);
+
+// A statement list begins with a statement, or none, and goes on with further
+// ones; it is a statement by itself or a BLOCK. `line` is where the statement
+// began.
+McNodeList McParseBeginList(McFront* front, McNodeRef statement, uint32_t line);
+void McParseAppendStatement(McFront* front, McNodeList* list,
+                            McNodeRef statement, uint32_t line);
+
+// Report an error in a statement or in a declaration, and discard tokens from
+// `*token` up to the next ";" or the end of the input, which it becomes.
+void McParseStatementError(McFront* front, int* token, TokenValue* value);
+void McParseDeclarationError(McFront* front, int* token, TokenValue* value);
+
+// Expressions (statements.cpp) ------------------------------------------------
+
+// The name is looked up; reports one that is not declared.
+McNodeRef McParseVariable(McFront* front, McName* name, McNodeRef subscripts);
+
+// A parenthesised expression: a bare variable is handed on as a value.
+McNodeRef McParseParenthesised(McFront* front, McNodeRef expression);
+
+// A STRING constant of a text, which is released.
+McNodeRef McParseString(McFront* front, McTokenText* text);
+
+// Message references (message_reference.cpp) ----------------------------------
+//
+// Their texts are at most 255 characters long. They release the texts they are
+// given. With s for the separator byte:
+//   McParseMsg      \1 first \1 second \1 number \1; `first` may be nullptr
+//   McParseMsgText  s text s number s last s; without `last s` for nullptr
+McTokenText* McParseMsg(McFront* front, McTokenText* first, McTokenText* second,
+                        int32_t number);
+McTokenText* McParseMsgText(McFront* front, char separator, McTokenText* text,
+                            int32_t number, McTokenText* last);
+
+// Masks (mask_build.cpp)
+// -------------------------------------------------------
+//
+// Their results become the parse error code, also when they are 0.
+void McParseOpenObject(McFront* front, MaskObjectType type, const char* name);
+void McParseCloseObject(McFront* front);
+void McParseOpenModule(McFront* front);
+void McParseProgramHandler(McFront* front, EventSpec event);
+void McParseCloseHandler(McFront* front, McNodeRef body);
+void McParseAttributeHandler(McFront* front, EventSpec event);
+void McParseAttribute(McFront* front, const char* name, int32_t integer);
+void McParseAttribute(McFront* front, const char* name, const char* text);
+McTokenText* McParseCopyName(McFront* front, const McName* name);

@@ -1,0 +1,95 @@
+// Masks: what the rules of the mask definition do with objects, attributes and
+// handlers, and with the programs in them.
+#include <cstring>
+
+#include "Cutil/codes.h"
+#include "elut/compile/actions.h"
+#include "elut/compile/variables.h"
+
+namespace {
+
+MaskObject* InnermostObject(McFront* front) {
+  return front->parse.objects.back();
+}
+
+// A list of the file cannot hold what the source has: no later success may
+// hide that.
+void MaskLimit(McFront* front, const char* report) {
+  McParseFail(&front->scanner, RcSeen(RC_TABLE_FULL), "%s", report);
+  front->parse.mask_limit = true;
+}
+
+template <class Value>
+void AddAttribute(McFront* front, const char* name, Value value) {
+  AttributeList* list = front->parse.target != nullptr
+                            ? front->parse.target
+                            : &InnermostObject(front)->attributes;
+  switch (AttributeListAdd(front->parse.editors->attribute_names, list, name,
+                           value)) {
+    case RC_TABLE_FULL: return MaskLimit(front, "too many attributes\n");
+    case RC_NAMES_FULL: return MaskLimit(front, "too many attribute names\n");
+    default: return;  // a clash of types is silent
+  }
+}
+
+}  // namespace
+
+void McParseOpenObject(McFront* front, MaskObjectType type, const char* name) {
+  EditorList* editors = front->parse.editors;
+  MaskObject* object = MaskCreateObject(editors, name, type);
+  if (front->parse.objects.empty())
+    MaskAddEditor(editors, object, front->scanner.sink);
+  else
+    MaskAppendChild(InnermostObject(front), object);
+  front->parse.objects.push_back(object);
+  front->scanner.error_code = RC_OK;
+}
+
+void McParseCloseObject(McFront* front) {
+  front->parse.objects.pop_back();
+}
+
+void McParseOpenModule(McFront* front) {
+  McCompileEnter(front, nullptr);
+  McCompileEnter(front, MaskSetModule(InnermostObject(front)));
+}
+
+void McParseProgramHandler(McFront* front, EventSpec event) {
+  McProgram* program = MaskAddProgramHandler(InnermostObject(front), event);
+  front->scanner.error_code = RC_OK;
+  if (program == nullptr) MaskLimit(front, "too many handlers\n");
+  McCompileEnter(front, program);
+}
+
+void McParseCloseHandler(McFront* front, McNodeRef body) {
+  McProgramSetBody(front, body);
+  // A mask file has many small programs; what theirs leave over adds up.
+  if (front->compile.program != nullptr) front->compile.program->nodes.trim();
+}
+
+void McParseAttributeHandler(McFront* front, EventSpec event) {
+  AttributeList* list = MaskAddAttributeHandler(InnermostObject(front), event);
+  front->scanner.error_code = RC_OK;
+  if (list == nullptr) {
+    MaskLimit(front, "too many handlers\n");
+    // The attributes of a refused handler must not go to the object.
+    list = &front->parse.refused;
+    AttributeListInit(list, &front->parse.editors->arena);
+  }
+  front->parse.target = list;
+}
+
+void McParseAttribute(McFront* front, const char* name, int32_t integer) {
+  AddAttribute(front, name, integer);
+}
+
+void McParseAttribute(McFront* front, const char* name, const char* text) {
+  AddAttribute(front, name, text);
+}
+
+McTokenText* McParseCopyName(McFront* front, const McName* name) {
+  McTokenText* text = McTokenTextNew(&front->scanner.strings, name->length);
+  memcpy(text->text(), name->text(), name->length + 1);
+  text->length = name->length;
+  return text;
+}
