@@ -2,7 +2,10 @@
 // for in front of it.
 #include "Cutil/ut_memory.h"
 
+#include <sys/mman.h>
+
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -14,6 +17,46 @@ uint64_t fail_in = 0;
 
 bool Fails() {
   return fail_in != 0 && --fail_in == 0;
+}
+
+constexpr size_t LARGE_BLOCK = size_t{1} << 20;
+constexpr size_t LARGE_PAGE = size_t{2} << 20;
+
+// Address space for a mapping, on the boundary of a large page; nullptr when
+// there is none.
+char* Reserve(size_t bytes) {
+  void* place = mmap(nullptr, bytes + LARGE_PAGE, PROT_NONE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (place == MAP_FAILED) return nullptr;
+  char* start = static_cast<char*>(place);
+  const size_t before = (0 - reinterpret_cast<uintptr_t>(start)) % LARGE_PAGE;
+  if (before > 0) munmap(start, before);
+  munmap(start + before + bytes, LARGE_PAGE - before);
+  return start + before;
+}
+
+// A mapping of whole large pages in the place of a block, which may be one.
+void* Map(void* block, size_t old_bytes, size_t bytes) {
+  char* start = Reserve(bytes);
+  if (start == nullptr) return nullptr;
+  void* mapped;
+  if (old_bytes >= LARGE_BLOCK)
+    mapped =
+        mremap(block, old_bytes, bytes, MREMAP_MAYMOVE | MREMAP_FIXED, start);
+  else
+    mapped = mmap(start, bytes, PROT_READ | PROT_WRITE,
+                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+  if (mapped == MAP_FAILED) {
+    munmap(start, bytes);
+    return nullptr;
+  }
+  // Whether the system has any does not matter to us.
+  (void)madvise(mapped, bytes, MADV_HUGEPAGE);
+  if (old_bytes < LARGE_BLOCK && block != nullptr) {
+    memcpy(mapped, block, old_bytes);
+    free(block);
+  }
+  return mapped;
 }
 
 }  // namespace
@@ -58,6 +101,33 @@ void* UtTakeBytes(size_t bytes) {
 
 void UtFreeBlock(void* block) {
   free(block);
+}
+
+void* UtGrow(void* block, size_t old_bytes, size_t* bytes) {
+  if (Fails()) throw std::bad_alloc();
+  void* grown = nullptr;
+  if (*bytes < LARGE_BLOCK) {
+    grown = realloc(block, *bytes);
+  } else {
+    // Room ahead costs nothing until it is used, where address space is not
+    // limited.
+    const size_t needed = (*bytes + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
+    for (const size_t factor : {size_t{4}, size_t{1}}) {
+      grown = Map(block, old_bytes, needed * factor);
+      if (grown == nullptr) continue;
+      *bytes = needed * factor;
+      break;
+    }
+  }
+  if (grown == nullptr) throw std::bad_alloc();
+  return grown;
+}
+
+void UtFreeGrown(void* block, size_t bytes) {
+  if (bytes < LARGE_BLOCK)
+    free(block);
+  else
+    munmap(block, bytes);
 }
 
 void UtFailAllocation(uint64_t nth) {

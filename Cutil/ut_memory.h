@@ -94,6 +94,14 @@ class UtBlock {
   size_t size_ = 0;
 };
 
+// Makes a block of `old_bytes` bytes, or none, at least `*bytes` bytes long and
+// tells how long it is now. From 1 MiB on such a block is a mapping of its own,
+// in large pages where the system has them: it grows without being copied, and
+// filling it costs few page faults. UtFreeGrown, with the length that it has,
+// ends it. Throws bad_alloc with the block as it was.
+[[nodiscard]] void* UtGrow(void* block, size_t old_bytes, size_t* bytes);
+void UtFreeGrown(void* block, size_t bytes);
+
 // For tests: the `nth` request from now on fails (1: the next one), and after
 // it all succeed again. 0 switches the fault off.
 void UtFailAllocation(uint64_t nth);

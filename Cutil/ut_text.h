@@ -24,11 +24,12 @@ struct UtText {
   ~UtText();
   void swap(UtText& other) noexcept;
 
-  char* text = nullptr;       // nullptr: empty
-  uint32_t capacity = 0;      // bytes at `text`, the closing zero byte included
-  uint32_t length = 0;        // characters; 0 while it is not tracked
-  uint8_t storage = 0;        // UtTextStorage
-  uint8_t tracks_length = 0;  // 1: every change keeps `length`; 0: it is counted
+  char* text = nullptr;   // nullptr: empty
+  uint32_t capacity = 0;  // bytes at `text`, the closing zero byte included
+  uint32_t length = 0;    // characters; 0 while it is not tracked
+  uint8_t storage = 0;    // UtTextStorage
+  uint8_t tracks_length =
+      0;  // 1: every change keeps `length`; 0: it is counted
 };
 static_assert(sizeof(UtText) == 24);
 

@@ -1,24 +1,26 @@
-// Record pool: many records of one size that refer to each other by number.
+// Record pool: many records of one size in a row, known by their numbers.
 //
-// Records are numbered from 1; 0 means none, so a link takes 4 bytes instead
-// of 8. They come in blocks of 64, which lie behind each other in memory:
-// taking a record may move them all, so a reference to a record does not
-// outlive the next take(). A record is not cleared when it is taken. What is
-// given back is handed out again first. Releasing the pool frees all blocks.
+// Records are numbered from 0. One is added at the end, and the end can be cut
+// off; the records in front of it stay where they are among each other, though
+// adding one may move them all: a reference to a record does not outlive the
+// next add(). Nothing is cleared when it is cut or added.
+//
+// A pool grows in blocks of 64 records, by half of what it has, and, once it is
+// large, by mapping further memory behind it without copying what is there.
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 
 #include "Cutil/ut_memory.h"
 
-using UtRecord = uint32_t;  // number of a record; 0: none
+// The most records of a pool: other fields of a record have bits to spare when
+// a number takes no more than 26.
+inline constexpr uint32_t UT_STRUCT_LIMIT = uint32_t{1} << 26;
 
 template <class Record>
 class UtStruct {
   static_assert(std::is_trivially_copyable_v<Record>);
-  static_assert(sizeof(Record) >= sizeof(UtRecord));
 
  public:
   static constexpr uint32_t BLOCK_RECORDS = 64;
@@ -28,65 +30,41 @@ class UtStruct {
   UtStruct& operator=(const UtStruct&) = delete;
   ~UtStruct() { release(); }
 
-  // A free record. Throws bad_alloc, also when the numbers are exhausted.
-  [[nodiscard]] UtRecord take() {
-    if (free_ != 0) return take_returned();
-    if (used_ >= capacity_) grow();
-    return used_++;
+  uint32_t count() const { return count_; }
+
+  // Adds a record. Throws bad_alloc, also beyond UT_STRUCT_LIMIT.
+  void add(const Record& record) {
+    if (count_ == capacity_) grow();
+    records_[count_++] = record;
   }
 
-  // Gives `record` back.
-  void give(UtRecord record) {
-    memcpy(static_cast<void*>(&records_[record]), &free_, sizeof free_);
-    free_ = record;
-  }
+  // Drops the records from `count` on.
+  void cut(uint32_t count) { count_ = count; }
 
-  Record& operator[](UtRecord record) { return records_[record]; }
-  const Record& operator[](UtRecord record) const { return records_[record]; }
-
-  // One more than the highest number handed out so far.
-  UtRecord end() const { return used_; }
-
-  // Gives blocks that no record was ever taken from back. Never fails: without
-  // memory for a smaller pool it stays as it is.
-  void trim() {
-    const uint32_t blocks = (used_ + BLOCK_RECORDS - 1) / BLOCK_RECORDS;
-    if (blocks * BLOCK_RECORDS >= capacity_) return;
-    void* block = records_;
-    const size_t size = size_t{blocks} * BLOCK_RECORDS;
-    if (UtResize(&block, size, sizeof(Record), true, 0) != RC_OK) return;
-    records_ = static_cast<Record*>(block);
-    capacity_ = static_cast<uint32_t>(size);
-  }
+  Record& operator[](uint32_t number) { return records_[number]; }
+  const Record& operator[](uint32_t number) const { return records_[number]; }
 
   void release() {
-    UtFree(&records_);
-    used_ = 1;
-    capacity_ = free_ = 0;
+    UtFreeGrown(records_, size_t{capacity_} * sizeof(Record));
+    records_ = nullptr;
+    count_ = capacity_ = 0;
   }
 
  private:
-  [[gnu::noinline]] UtRecord take_returned() {
-    const UtRecord record = free_;
-    memcpy(&free_, static_cast<void*>(&records_[record]), sizeof free_);
-    return record;
-  }
-
-  // Adds blocks: half as many again as there are, so that all growth together
-  // moves each record a bounded number of times.
   [[gnu::noinline, gnu::cold]] void grow() {
-    const uint64_t blocks = capacity_ / BLOCK_RECORDS;
-    const uint64_t wanted = (blocks + blocks / 2 + 1) * BLOCK_RECORDS;
-    void* block = records_;
-    if (wanted > UINT32_MAX ||
-        UtResize(&block, wanted, sizeof(Record), true, 0) != RC_OK)
-      throw std::bad_alloc();
-    records_ = static_cast<Record*>(block);
-    capacity_ = static_cast<uint32_t>(wanted);
+    if (capacity_ == UT_STRUCT_LIMIT) throw std::bad_alloc();
+    uint64_t wanted = uint64_t{capacity_} + capacity_ / 2 + BLOCK_RECORDS;
+    wanted -= wanted % BLOCK_RECORDS;
+    if (wanted > UT_STRUCT_LIMIT) wanted = UT_STRUCT_LIMIT;
+    size_t bytes = wanted * sizeof(Record);
+    records_ = static_cast<Record*>(
+        UtGrow(records_, size_t{capacity_} * sizeof(Record), &bytes));
+    const size_t room = bytes / sizeof(Record);
+    capacity_ =
+        room > UT_STRUCT_LIMIT ? UT_STRUCT_LIMIT : static_cast<uint32_t>(room);
   }
 
   Record* records_ = nullptr;
-  uint32_t used_ = 1;      // number 0 is never handed out
-  uint32_t capacity_ = 0;  // always whole blocks
-  UtRecord free_ = 0;      // head of the list of returned records
+  uint32_t count_ = 0;
+  uint32_t capacity_ = 0;
 };

@@ -4,13 +4,15 @@
 // All of them throw bad_alloc when memory is exhausted, which ends the parse.
 #pragma once
 
-#include "elut/compile/front.h"
+#include "elut/compile/node_build.h"
+#include "elut/compile/variables.h"
 
-// Values of the parser's stack. Tokens have token, rules one of the others.
+// Values of the parser's stack: tokens, or what a rule yields.
 union McSemantic {
   TokenValue token;
-  McNodeRef node;
-  McNodeList list;  // nodes of a list; VAR node and its last child
+  McNodeRef node;         // first node of a tree or of a list of trees
+  McReference reference;  // a variable before its node is made
+  McStatements statements;
   uint32_t number;  // a count, a key code, a line
   uint8_t op;       // McOperator
   const char* chars;
@@ -18,6 +20,7 @@ union McSemantic {
   EventSpec event;
   MaskObjectType type;
 };
+static_assert(sizeof(McSemantic) == 8);
 
 // Results of builders -------------------------------------------------------
 
@@ -49,11 +52,12 @@ void McParseInclude(McFront* front, const char* name);
 uint32_t McParseBeginStatement(McFront* front, int token);
 
 // A statement list begins with a statement, or none, and goes on with further
-// ones; it is a statement by itself or a BLOCK. `line` is where the statement
-// began.
-McNodeList McParseBeginList(McFront* front, McNodeRef statement, uint32_t line);
-void McParseAppendStatement(McFront* front, McNodeList* list,
-                            McNodeRef statement, uint32_t line);
+// ones. `line` is where the statement began.
+McStatements McParseBeginList(McFront* front, McNodeRef statement,
+                              uint32_t line);
+McStatements McParseAppendStatement(McFront* front,
+                                    const McStatements& statements,
+                                    McNodeRef statement, uint32_t line);
 
 // Report an error in a statement or in a declaration, and discard tokens from
 // `*token` up to the next ";" or the end of the input, which it becomes.
@@ -62,8 +66,23 @@ void McParseDeclarationError(McFront* front, int* token, TokenValue* value);
 
 // Expressions (statements.cpp) ------------------------------------------------
 
-// The name is looked up; reports one that is not declared.
-McNodeRef McParseVariable(McFront* front, McName* name, McNodeRef subscripts);
+// The name is looked up; reports one that is not declared, whose subscripts are
+// dropped.
+void McParseUndefined(McFront* front, const McName* name);
+inline McReference McParseVariable(McFront* front, const McName* name,
+                                   McNodeRef subscripts) {
+  const uint32_t variable = McVarFind(front, name);
+  if (variable == 0) {
+    McNodesOf(front).cut(subscripts);
+    McParseUndefined(front, name);
+  }
+  return {subscripts, variable};
+}
+
+// A variable of ALLOCATE with its dimensions. One that is not declared gives
+// the result 5104, without a word of its own.
+McNodeRef McParseAllocated(McFront* front, const McName* name,
+                           McNodeRef dimensions);
 
 // A parenthesised expression: a bare variable is handed on as a value.
 McNodeRef McParseParenthesised(McFront* front, McNodeRef expression);
@@ -90,7 +109,6 @@ void McParseOpenObject(McFront* front, MaskObjectType type, const char* name);
 void McParseCloseObject(McFront* front);
 void McParseOpenModule(McFront* front);
 void McParseProgramHandler(McFront* front, EventSpec event);
-void McParseCloseHandler(McFront* front, McNodeRef body);
 void McParseAttributeHandler(McFront* front, EventSpec event);
 void McParseAttribute(McFront* front, const char* name, int32_t integer);
 void McParseAttribute(McFront* front, const char* name, const char* text);

@@ -1,112 +1,139 @@
-// An expression is evaluated with two stacks: one of steps still to be done,
-// and one of values. A node with operands leaves a step that combines them,
-// below the steps that evaluate them, so that the depth of an expression costs
-// memory and no native stack.
+// An expression lies in the array in the order in which a stack machine wants
+// it, operands first. But what has no value must be found before its operands
+// are evaluated, and AND and OR skip their right one; so parents are entered in
+// the order of a file, as in McWalkTrees, and remembered until they are
+// complete. The depth of an expression costs memory and no native stack.
 #include "elut/compile/eval.h"
 
 #include "Cutil/codes.h"
 #include "elut/compile/builtins.h"
+#include "elut/compile/node_build.h"
 
 namespace {
+
+// False for what only the run time has, and for statements.
+bool HasValue(McNodeKind kind) {
+  switch (kind) {
+    case McNodeKind::INT:
+    case McNodeKind::REAL:
+    case McNodeKind::STRING:
+    case McNodeKind::OPERA:
+    case McNodeKind::UNARY:
+    case McNodeKind::FUNC:
+    case McNodeKind::VAR:  // refused after its subscripts
+      return true;
+    case McNodeKind::ASSIGN:
+    case McNodeKind::CALL:
+    case McNodeKind::EXTERN:
+    case McNodeKind::EXTIND:
+    case McNodeKind::REFVAR:
+    case McNodeKind::REFER:
+    case McNodeKind::EMPTY:
+    case McNodeKind::BLOCK:
+    case McNodeKind::IF:
+    case McNodeKind::WHILE:
+    case McNodeKind::DIM:
+    case McNodeKind::PRINT:
+    case McNodeKind::TRACE:
+    case McNodeKind::RETURN:
+    case McNodeKind::SELECT:
+    case McNodeKind::CASE:
+    case McNodeKind::ALLOC:
+    case McNodeKind::FREE:
+    case McNodeKind::SUBEX:
+    case McNodeKind::EXIT:
+    case McNodeKind::BREAK:
+    case McNodeKind::CONT: break;
+  }
+  return false;
+}
+
+bool IsLogical(const McNode& node) {
+  return node.kind() == McNodeKind::OPERA &&
+         (node.op() == MC_AND || node.op() == MC_OR);
+}
 
 class Evaluation {
  public:
   explicit Evaluation(McFront* front)
-      : front_(front), program_(*front->compile.program) {}
+      : front_(front),
+        program_(*front->compile.program),
+        nodes_(McNodesOf(front)) {}
 
-  int run(McNodeRef expression, McValue* result) {
-    plan(Action::EVALUATE, expression);
-    while (!steps_.empty()) {
-      const Step step = steps_.back();
-      steps_.pop_back();
-      const int code = perform(step);
-      if (code != RC_OK) return code;
+  int run(const McTree& expression, McValue* result) {
+    McNodeRef at = expression.first;
+    while (at != expression.end()) {
+      if (const int code = enter_parents(at, expression.end())) return code;
+      if (const int code = complete(at)) return code;
+      if (const int code = leave(&at)) return code;
     }
     *result = std::move(values_.back());
     return RC_OK;
   }
 
  private:
-  enum class Action : uint8_t {
-    EVALUATE,    // the node
-    COMBINE,     // the two values of an OPERA
-    DECIDE,      // whether AND or OR needs its right operand
-    TAKE_TRUTH,  // of that operand
-    APPLY,       // a UNARY to its value
-    ARGUMENTS,   // evaluate the node and its siblings
-    CALL,        // the function of a FUNC
-    SUBSCRIPTS,  // evaluate the node and its siblings, up to a REFER
-  };
-  struct Step {
-    Action action;
+  // A node whose operands are being evaluated.
+  struct Open {
     McNodeRef node;
-    uint32_t first_value;  // CALL: where its arguments begin
+    uint32_t first_value;  // of its operands
   };
 
-  void plan(Action action, McNodeRef node) {
-    steps_.push_back({action, node, static_cast<uint32_t>(values_.size())});
-  }
-
-  int perform(const Step& step) {
-    switch (step.action) {
-      case Action::EVALUATE: return evaluate(step.node);
-      case Action::COMBINE: return combine(step.node);
-      case Action::DECIDE: return decide(step.node);
-      case Action::TAKE_TRUTH: return take_truth();
-      case Action::APPLY:
-        return McValueUnary(program_.nodes[step.node].op, &values_.back());
-      case Action::ARGUMENTS: return arguments(step.node);
-      case Action::CALL: return call(step.node, step.first_value);
-      case Action::SUBSCRIPTS: return subscripts(step.node);
+  // Enters the nodes that begin at `at`, from the root down.
+  int enter_parents(McNodeRef at, McNodeRef end) {
+    if (!nodes_[at].is_leaf()) return RC_OK;
+    McNodeRef node = at + nodes_[at].distance();
+    while (node >= end) node = nodes_.first_child(node);
+    for (;; node = nodes_.first_child(node)) {
+      if (!HasValue(nodes_[node].kind())) return RC_NOT_EVALUABLE;
+      open_.push_back({node, static_cast<uint32_t>(values_.size())});
+      if (node == at) return RC_OK;
     }
-    return RC_NOT_EVALUABLE;
   }
 
-  // Leaves the value of the node on the stack, or plans the steps that will.
-  int evaluate(McNodeRef ref) {
-    if (ref == 0) return RC_NO_EXPRESSION;
-    const McNode& node = program_.nodes[ref];
-    switch (node.kind) {
+  // Replaces the values of the operands of the innermost open node, which is
+  // `at`, by its own.
+  int complete(McNodeRef at) {
+    const McNode& node = nodes_[at];
+    const uint32_t first = open_.back().first_value;
+    const auto operands = static_cast<uint32_t>(values_.size()) - first;
+    switch (node.kind()) {
       case McNodeKind::INT:
-        values_.push_back(McValueInteger(node.integer));
+        values_.push_back(McValueInteger(node.integer()));
         return RC_OK;
       case McNodeKind::REAL:
-      case McNodeKind::STRING: return constant(node.number);
-      case McNodeKind::OPERA: return operation(ref);
+      case McNodeKind::STRING: return constant(node.number());
       case McNodeKind::UNARY:
-        plan(Action::APPLY, ref);
-        plan(Action::EVALUATE, node.child);
-        return RC_OK;
-      case McNodeKind::FUNC:
-        plan(Action::CALL, ref);
-        plan(Action::ARGUMENTS, node.child);
-        return RC_OK;
-      case McNodeKind::VAR: plan(Action::SUBSCRIPTS, node.child); return RC_OK;
-      // What only the run time has, and statements.
-      case McNodeKind::ASSIGN:
-      case McNodeKind::CALL:
-      case McNodeKind::EXTERN:
-      case McNodeKind::EXTIND:
-      case McNodeKind::REFVAR:
-      case McNodeKind::REFER:
-      case McNodeKind::EMPTY:
-      case McNodeKind::BLOCK:
-      case McNodeKind::IF:
-      case McNodeKind::WHILE:
-      case McNodeKind::DIM:
-      case McNodeKind::PRINT:
-      case McNodeKind::TRACE:
-      case McNodeKind::RETURN:
-      case McNodeKind::SELECT:
-      case McNodeKind::CASE:
-      case McNodeKind::ALLOC:
-      case McNodeKind::FREE:
-      case McNodeKind::SUBEX:
-      case McNodeKind::EXIT:
-      case McNodeKind::BREAK:
-      case McNodeKind::CONT: break;
+        if (operands == 0) return RC_NO_EXPRESSION;
+        return McValueUnary(node.op(), &values_.back());
+      case McNodeKind::OPERA:
+        if (IsLogical(node))
+          return operands == 0 ? int{RC_NO_EXPRESSION} : take_truth();
+        if (operands < 2) return RC_NO_EXPRESSION;
+        return combine(node.op());
+      case McNodeKind::FUNC: return call(node.index(), first);
+      default: return RC_NOT_EVALUABLE;
     }
-    return RC_NOT_EVALUABLE;
+  }
+
+  // Goes on after node `*at`, whose value is the last one. The left operand of
+  // AND and OR may be all that these need.
+  int leave(McNodeRef* at) {
+    for (;;) {
+      open_.pop_back();
+      if (open_.empty()) break;
+      const McNodeRef parent = open_.back().node;
+      if (!IsLogical(nodes_[parent]) || nodes_.first_child(parent) != *at)
+        break;
+      if (const int code = take_truth()) return code;
+      const bool truth = values_.back().integer != 0;
+      if (truth != (nodes_[parent].op() == MC_OR)) {
+        values_.pop_back();
+        break;
+      }
+      *at = parent;
+    }
+    ++*at;
+    return RC_OK;
   }
 
   int constant(uint32_t index) {
@@ -120,40 +147,11 @@ class Evaluation {
                          front_->run->catalogs.expand_reference(constant.text));
   }
 
-  McNodeRef right_of(McNodeRef operation) const {
-    const McNodeRef left = program_.nodes[operation].child;
-    return left == 0 ? 0 : program_.nodes[left].sibling;
-  }
-
-  int operation(McNodeRef ref) {
-    const McNode& node = program_.nodes[ref];
-    if (node.op == MC_AND || node.op == MC_OR) {
-      plan(Action::DECIDE, ref);
-    } else {
-      plan(Action::COMBINE, ref);
-      plan(Action::EVALUATE, right_of(ref));
-    }
-    plan(Action::EVALUATE, node.child);
-    return RC_OK;
-  }
-
-  int combine(McNodeRef ref) {
+  int combine(uint8_t op) {
     McValue right = std::move(values_.back());
     values_.pop_back();
     McValue left = std::move(values_.back());
-    return McValueBinary(&front_->math, program_.nodes[ref].op, &left, &right,
-                         &values_.back());
-  }
-
-  int decide(McNodeRef ref) {
-    const int code = take_truth();
-    if (code != RC_OK) return code;
-    const bool truth = values_.back().integer != 0;
-    if (truth == (program_.nodes[ref].op == MC_OR)) return RC_OK;
-    values_.pop_back();
-    plan(Action::TAKE_TRUTH, 0);
-    plan(Action::EVALUATE, right_of(ref));
-    return RC_OK;
+    return McValueBinary(&front_->math, op, &left, &right, &values_.back());
   }
 
   // Replaces the value on top by its truth value.
@@ -164,17 +162,10 @@ class Evaluation {
     return RC_OK;
   }
 
-  int arguments(McNodeRef ref) {
-    if (ref == 0) return RC_OK;
-    plan(Action::ARGUMENTS, program_.nodes[ref].sibling);
-    plan(Action::EVALUATE, ref);
-    return RC_OK;
-  }
-
-  int call(McNodeRef ref, uint32_t first) {
-    const uint32_t count = static_cast<uint32_t>(values_.size()) - first;
+  int call(uint16_t function, uint32_t first) {
+    const auto count = static_cast<uint32_t>(values_.size()) - first;
     McValue result;
-    const int code = McFuncCall(&front_->math, program_.nodes[ref].index, count,
+    const int code = McFuncCall(&front_->math, function, count,
                                 values_.data() + first, &result);
     if (code != RC_OK) {
       report_failed_call(code);
@@ -195,26 +186,17 @@ class Evaluation {
                  code);
   }
 
-  // There is no table in which the variable behind the subscripts could be
-  // found, but a failure of one of them comes first.
-  int subscripts(McNodeRef ref) {
-    if (ref == 0) return RC_NOT_EVALUABLE;
-    const McNode& node = program_.nodes[ref];
-    if (node.kind == McNodeKind::REFER) return RC_NOT_EVALUABLE;
-    plan(Action::SUBSCRIPTS, node.sibling);
-    plan(Action::EVALUATE, ref);
-    return RC_OK;
-  }
-
   McFront* front_;
   const McProgram& program_;
-  UtVector<Step> steps_;
+  const McNodes& nodes_;
+  UtVector<Open> open_;
   UtVector<McValue> values_;
 };
 
 }  // namespace
 
-int McEvalConst(McFront* front, McNodeRef expression, McValue* result) {
+int McEvalConst(McFront* front, const McTree& expression, McValue* result) {
   *result = McValue();
+  if (expression.is_none()) return RC_NO_EXPRESSION;
   return Evaluation(front).run(expression, result);
 }

@@ -15,5 +15,5 @@
 // at compile time; RC_NO_TRUTH for an operand of AND or OR; RC_NO_MEMORY; and
 // those of operators and of built-in functions. The first failure of a
 // built-in call in a run is also reported. Throws bad_alloc.
-[[nodiscard]] int McEvalConst(McFront* front, McNodeRef expression,
+[[nodiscard]] int McEvalConst(McFront* front, const McTree& expression,
                               McValue* result);

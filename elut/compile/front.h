@@ -51,15 +51,19 @@ struct McParse {
   UtVector<McName*> names;          // of the IMPORT being read
 };
 
-// What is being compiled.
+// What is being compiled. While there is no program, as in a list of
+// expressions, a scratch one takes its place; nothing of it is ever looked at.
 struct McCompile {
-  McProgram* program = nullptr;    // nullptr: none, nothing is built
+  McProgram* program = nullptr;    // never nullptr while a parse runs
+  McNodes* nodes = nullptr;        // of that program
+  bool building = false;           // it is not the scratch program
   McSub* sub = nullptr;            // nullptr: main program
-  McNodeRef* body_slot = nullptr;  // takes the main body instead of the program
+  McTree* body_slot = nullptr;     // takes the main body instead of the program
   McScope scope = MC_SCOPE_LOCAL;  // where the next declaration goes
   McValueType type = McValueType::INTEGER;  // of the next declaration
   uint32_t routine = 1;                     // number of the current routine
   uint32_t program_number = 1;              // number of the current program
+  McProgram scratch;
 };
 
 struct McFront {

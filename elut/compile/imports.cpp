@@ -11,7 +11,7 @@ void McIgnoreRefusal(McFront* front, int code) {
 }
 
 void McFailWith(McFront* front, int code) {
-  if (code == RC_OK || front->compile.program == nullptr) return;
+  if (code == RC_OK || !front->compile.building) return;
   front->scanner.error_code = RcSeen(code);
   McIgnoreRefusal(front, code);
 }
@@ -36,7 +36,7 @@ void McParseAddName(McFront* front, McName* name) {
 
 void McParseImport(McFront* front, uint8_t kind, const char* from,
                    const char* module, const char* file) {
-  if (front->compile.program == nullptr) return;
+  if (!front->compile.building) return;
   for (const McName* name : front->parse.names) {
     const int code = McImportAdd(front->compile.program, kind, name->text(),
                                  from, module, file);

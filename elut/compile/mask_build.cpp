@@ -51,20 +51,16 @@ void McParseCloseObject(McFront* front) {
 
 void McParseOpenModule(McFront* front) {
   McCompileEnter(front, nullptr);
-  McCompileEnter(front, MaskSetModule(InnermostObject(front)));
+  McCompileEnter(front,
+                 MaskSetModule(front->parse.editors, InnermostObject(front)));
 }
 
 void McParseProgramHandler(McFront* front, EventSpec event) {
-  McProgram* program = MaskAddProgramHandler(InnermostObject(front), event);
+  McProgram* program = MaskAddProgramHandler(front->parse.editors,
+                                             InnermostObject(front), event);
   front->scanner.error_code = RC_OK;
   if (program == nullptr) MaskLimit(front, "too many handlers\n");
   McCompileEnter(front, program);
-}
-
-void McParseCloseHandler(McFront* front, McNodeRef body) {
-  McProgramSetBody(front, body);
-  // A mask file has many small programs; what theirs leave over adds up.
-  if (front->compile.program != nullptr) front->compile.program->nodes.trim();
 }
 
 void McParseAttributeHandler(McFront* front, EventSpec event) {
@@ -74,7 +70,7 @@ void McParseAttributeHandler(McFront* front, EventSpec event) {
     MaskLimit(front, "too many handlers\n");
     // The attributes of a refused handler must not go to the object.
     list = &front->parse.refused;
-    AttributeListInit(list, &front->parse.editors->arena);
+    AttributeListInit(list, &front->parse.editors->store.arena);
   }
   front->parse.target = list;
 }

@@ -6,8 +6,8 @@
 #include "elut/compile/variables.h"
 
 int McParseProgramText(McFront* front, const char* text, McProgram* program,
-                       McNodeRef* body) {
-  *body = 0;
+                       McTree* body) {
+  *body = {};
   return UtGuarded([&] {
     McParsePrepare(front, PARSE_PROGRAM, program);
     McSrcSetText(&front->scanner.source, text);
@@ -49,7 +49,7 @@ int MaskParseHandlerText(McFront* front, const char* text, const char* location,
       program->reset(std::exchange(handler->program, nullptr));
   }
   // The list goes, and what is in it with it.
-  front->compile.program = nullptr;
+  McCompileEnter(front, nullptr);
   return code;
 }
 

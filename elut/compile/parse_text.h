@@ -11,7 +11,7 @@
 // A program, added to `program`: its main body, which sees the variables of the
 // main program, goes to `*body` and not to the program.
 [[nodiscard]] int McParseProgramText(McFront* front, const char* text,
-                                     McProgram* program, McNodeRef* body);
+                                     McProgram* program, McTree* body);
 
 // One event handler. It becomes the only handler of a new object of `list`,
 // handed out in `*holder`; nullptr when the parse failed.

@@ -42,17 +42,10 @@ bool BeginsStatement(int token) {
   }
 }
 
-McNodeKind KindOf(const McFront* front, McNodeRef node) {
-  return front->compile.program->nodes[node].kind;
-}
-
-// A statement that is complete, with its TRACE node when that is asked for.
-McNodeRef Completed(McFront* front, McNodeRef statement, uint32_t line) {
+// A statement is complete: it gets its TRACE node when that is asked for.
+void Complete(McFront* front, McNodeRef statement, uint32_t line) {
   front->parse.statement_open = false;
-  if (statement == 0 || front->parse.trace_level == 0) return statement;
-  McNodeRef traced;
-  McIgnoreRefusal(front, McNodeTrace(front, &traced, statement, line));
-  return traced;
+  if (front->parse.trace_level != 0) McNodeTrace(front, statement, line);
 }
 
 }  // namespace
@@ -69,26 +62,17 @@ uint32_t McParseBeginStatement(McFront* front, int token) {
   return place.line;
 }
 
-McNodeList McParseBeginList(McFront* front, McNodeRef statement,
-                            uint32_t line) {
-  // A statement is never a BLOCK itself, so a list of one is not one either.
-  McNodeList list = {Completed(front, statement, line), 0};
-  if (list.first == 0)
-    McIgnoreRefusal(front,
-                    McNodeMake(front, McNodeKind::BLOCK, &list.first, 0));
-  return list;
+McStatements McParseBeginList(McFront* front, McNodeRef statement,
+                              uint32_t line) {
+  Complete(front, statement, line);
+  return {statement, McIsNone(front, statement)};
 }
 
-void McParseAppendStatement(McFront* front, McNodeList* list,
-                            McNodeRef statement, uint32_t line) {
-  statement = Completed(front, statement, line);
-  if (statement == 0 || list->first == 0) return;
-  if (KindOf(front, list->first) != McNodeKind::BLOCK) {
-    list->last = list->first;
-    McIgnoreRefusal(
-        front, McNodeMake(front, McNodeKind::BLOCK, &list->first, list->last));
-  }
-  McNodeAppendChild(front, list->first, &list->last, statement);
+McStatements McParseAppendStatement(McFront* front,
+                                    const McStatements& statements,
+                                    McNodeRef statement, uint32_t line) {
+  Complete(front, statement, line);
+  return {statements.first, statements.is_block || !McIsNone(front, statement)};
 }
 
 void McParseStatementError(McFront* front, int* token, TokenValue* value) {
@@ -112,29 +96,34 @@ void McParseDeclarationError(McFront* front, int* token, TokenValue* value) {
   SkipStatement(front, token, value);
 }
 
-McNodeRef McParseVariable(McFront* front, McName* name, McNodeRef subscripts) {
-  McNodeRef variable = 0;
+void McParseUndefined(McFront* front, const McName* name) {
   // Without a program there is nothing to look a name up in.
-  if (front->compile.program == nullptr) return variable;
-  const int code = McNodeVar(front, name, &variable, subscripts);
-  if (code != RC_OK)
+  if (front->compile.building)
     McParseFail(&front->scanner, RC_SYNTAX, TEXT_UNDEFINED_VARIABLE,
                 name->text());
-  return variable;
+}
+
+McNodeRef McParseAllocated(McFront* front, const McName* name,
+                           McNodeRef dimensions) {
+  const uint32_t variable = McVarFind(front, name);
+  if (variable != 0)
+    return McNodeOver(front, McNodeKind::VAR, variable, dimensions);
+  McNodesOf(front).cut(dimensions);
+  McFailWith(front, RC_NO_VARIABLE);
+  return dimensions;
 }
 
 McNodeRef McParseParenthesised(McFront* front, McNodeRef expression) {
-  if (expression == 0 || KindOf(front, expression) != McNodeKind::VAR)
+  const McNodes& nodes = McNodesOf(front);
+  // The root of a tree is its last node.
+  if (McIsNone(front, expression) ||
+      nodes[nodes.count() - 1].kind() != McNodeKind::VAR)
     return expression;
-  McNodeRef value;
-  McIgnoreRefusal(front, McNodeUnary(front, MC_VALUE, &value, expression));
-  return value;
+  return McNodeUnary(front, MC_VALUE, expression);
 }
 
 McNodeRef McParseString(McFront* front, McTokenText* text) {
-  McNodeRef constant;
-  McIgnoreRefusal(front,
-                  McNodeString(front, &constant, text->text(), text->length));
+  const McNodeRef constant = McNodeString(front, text->text(), text->length);
   McTokenTextRelease(&front->scanner.strings, text);
   return constant;
 }

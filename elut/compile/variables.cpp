@@ -17,21 +17,8 @@ constexpr uint32_t DIM_LIMIT = 255;  // the count is one byte
 // Room of a table to begin with: routines rarely declare fewer.
 constexpr size_t FIRST_VARIABLES = 8;
 
-// Releases a tree, or list of trees, at the end of its scope.
-class TreeOwner {
- public:
-  TreeOwner(McFront* front, McNodeRef tree) : front_(front), tree_(tree) {}
-  TreeOwner(const TreeOwner&) = delete;
-  TreeOwner& operator=(const TreeOwner&) = delete;
-  ~TreeOwner() { McTreeFree(front_, &tree_); }
-
- private:
-  McFront* front_;
-  McNodeRef tree_;
-};
-
 // Bounds that were evaluated for a declaration.
-struct Bounds {
+struct Values {
   McRange range = {};
   McDim dims[DIM_LIMIT];
   uint8_t dim_count = 0;
@@ -39,11 +26,11 @@ struct Bounds {
 
 // Notes that the current routine has `name` at (scope, index), unless a table
 // that is searched earlier, or an earlier entry, has it.
-void Note(McFront* front, McName* name, McScope scope, uint16_t index) {
-  if (name->routine == front->compile.routine && name->scope <= scope) return;
+void Note(McFront* front, McName* name, McScope scope, size_t index) {
+  if (name->routine == front->compile.routine && name->variable >> 16 <= scope)
+    return;
   name->routine = front->compile.routine;
-  name->scope = scope;
-  name->index = index;
+  name->variable = McPayloadOf(scope, static_cast<uint16_t>(index));
 }
 
 UtVector<McCommon>& Commons(McFront* front) {
@@ -55,7 +42,7 @@ void NoteTable(McFront* front, const McVarTable& table, McScope scope) {
   for (size_t i = 0; i < table.entries.size(); i++) {
     if (table.entries[i].name == nullptr) continue;
     McName* name = McNameIntern(&front->scanner.strings, table.entries[i].name);
-    Note(front, name, scope, static_cast<uint16_t>(i));
+    Note(front, name, scope, i);
   }
 }
 
@@ -63,7 +50,7 @@ void NoteTable(McFront* front, const McVarTable& table, McScope scope) {
 // it has already.
 void EnterRoutine(McFront* front) {
   front->compile.routine++;
-  if (front->compile.program == nullptr) return;
+  if (!front->compile.building) return;
   NoteTable(front, *McScopeTable(front, MC_SCOPE_LOCAL), MC_SCOPE_LOCAL);
   if (front->compile.sub != nullptr)
     NoteTable(front, front->compile.sub->parameters, MC_SCOPE_PARAMETER);
@@ -82,13 +69,13 @@ McName* NameOfCall(McFront* front, const McCallRef& call) {
 }
 
 // Evaluates a bound and converts it to `type`.
-int EvaluateBound(McFront* front, McNodeRef expression, McValueType type,
+int EvaluateBound(McFront* front, const McTree& expression, McValueType type,
                   McValue* value) {
   const int code = McEvalConst(front, expression, value);
   return code == RC_OK ? McValueConvert(&front->math, type, value) : code;
 }
 
-int EvaluateInteger(McFront* front, McNodeRef expression, int32_t* bound) {
+int EvaluateInteger(McFront* front, const McTree& expression, int32_t* bound) {
   McValue value;
   const int code =
       EvaluateBound(front, expression, McValueType::INTEGER, &value);
@@ -96,10 +83,10 @@ int EvaluateInteger(McFront* front, McNodeRef expression, int32_t* bound) {
   return code;
 }
 
-int EvaluateRange(McFront* front, McNodeRef low, McNodeRef high,
+int EvaluateRange(McFront* front, const McTree& low, const McTree& high,
                   McRange* range) {
-  if (low == 0) return RC_OK;
-  if (high == 0) return RC_NOT_EVALUABLE;
+  if (low.is_none()) return RC_OK;
+  if (high.is_none()) return RC_NOT_EVALUABLE;
   const McValueType type = front->compile.type;
   McValue from, to;
   int code = EvaluateBound(front, low, type, &from);
@@ -111,24 +98,48 @@ int EvaluateRange(McFront* front, McNodeRef low, McNodeRef high,
   return code;
 }
 
-int EvaluateDims(McFront* front, McNodeRef dims, Bounds* bounds) {
-  const McNodePool& nodes = front->compile.program->nodes;
-  for (McNodeRef dim = dims; dim != 0 && bounds->dim_count < DIM_LIMIT;
-       dim = nodes[dim].sibling) {
-    const McNodeRef last = nodes[dim].child;
-    const McNodeRef first = last == 0 ? 0 : nodes[last].sibling;
-    McDim* place = &bounds->dims[bounds->dim_count];
+int EvaluateDims(McFront* front, const McTree& dims, Values* values) {
+  const McNodes& nodes = McNodesOf(front);
+  McNodeRef first = dims.first;
+  while (first != dims.end() && values->dim_count < DIM_LIMIT) {
+    const McNodeRef dim = first + nodes[first].distance();
+    // The upper bound, then the lower one, if there is one; and the DIM node.
+    const McNodeRef upper =
+        nodes[dim].is_leaf() ? first : nodes.first_child(dim) + 1;
+    McDim* place = &values->dims[values->dim_count];
     place->declared_low = 1;
-    int code = EvaluateInteger(front, last, &place->declared_high);
-    if (code == RC_OK && first != 0)
-      code = EvaluateInteger(front, first, &place->declared_low);
+    int code =
+        EvaluateInteger(front, {first, upper - first}, &place->declared_high);
+    if (code == RC_OK && upper != dim)
+      code = EvaluateInteger(front, {upper, dim - upper}, &place->declared_low);
     if (code != RC_OK) return code;
     place->current_low = place->declared_low;
     place->current_high = place->declared_high;
-    bounds->dim_count++;
+    values->dim_count++;
+    first = dim + 1;
   }
   return RC_OK;
 }
+
+// The trees of the bounds of a declaration; they are dropped at the end of the
+// scope.
+class BoundTrees {
+ public:
+  BoundTrees(McFront* front, const McBounds& bounds)
+      : nodes_(&McNodesOf(front)), bounds_(bounds), end_(nodes_->count()) {}
+  BoundTrees(const BoundTrees&) = delete;
+  BoundTrees& operator=(const BoundTrees&) = delete;
+  ~BoundTrees() { nodes_->cut(bounds_.low); }
+
+  McTree low() const { return {bounds_.low, bounds_.high - bounds_.low}; }
+  McTree high() const { return {bounds_.high, bounds_.dims - bounds_.high}; }
+  McTree dims() const { return {bounds_.dims, end_ - bounds_.dims}; }
+
+ private:
+  McNodes* nodes_;
+  McBounds bounds_;
+  McNodeRef end_;
+};
 
 // The text of a name in the arena of the program, where equal names of the
 // program's routines share it.
@@ -136,7 +147,7 @@ const char* StoredName(McFront* front, McName* name) {
   if (name->length == 0) return nullptr;
   if (name->stored_in != front->compile.program_number) {
     name->stored =
-        front->compile.program->arena.copy(name->text(), name->length);
+        front->compile.program->store->arena.copy(name->text(), name->length);
     name->stored_in = front->compile.program_number;
   }
   return name->stored;
@@ -152,8 +163,7 @@ int AddVariable(McFront* front, McVarTable* table, McName* name,
   table->entries.push_back(
       {text, nullptr, nullptr, front->compile.type, McStorage::VALUE, 0});
   *added = &table->entries.back();
-  Note(front, name, front->compile.scope,
-       static_cast<uint16_t>(table->entries.size() - 1));
+  Note(front, name, front->compile.scope, table->entries.size() - 1);
   return RC_OK;
 }
 
@@ -161,41 +171,45 @@ int SetRange(McFront* front, McVar* variable, const McRange& range) {
   if (variable->type != McValueType::INTEGER &&
       variable->type != McValueType::REAL)
     return RC_NOT_EVALUABLE;
-  variable->range = front->compile.program->arena.take_array<McRange>(1);
+  variable->range = front->compile.program->store->arena.take_array<McRange>(1);
   *variable->range = range;
   return RC_OK;
 }
 
-void SetDims(McFront* front, McVar* variable, const Bounds& bounds) {
+void SetDims(McFront* front, McVar* variable, const Values& values) {
   assert(variable->storage == McStorage::VALUE);
   variable->dims =
-      front->compile.program->arena.take_array<McDim>(bounds.dim_count);
-  std::copy_n(bounds.dims, bounds.dim_count, variable->dims);
-  variable->dim_count = bounds.dim_count;
+      front->compile.program->store->arena.take_array<McDim>(values.dim_count);
+  std::copy_n(values.dims, values.dim_count, variable->dims);
+  variable->dim_count = values.dim_count;
 }
 
 }  // namespace
 
 void McCompileEnter(McFront* front, McProgram* program) {
   McCompile& compile = front->compile;
+  compile.building = program != nullptr;
+  if (!compile.building) {
+    program = &compile.scratch;
+    McProgramInit(program);
+  }
   compile.program = program;
+  compile.nodes = &program->store->nodes;
   compile.sub = nullptr;
   compile.body_slot = nullptr;
   compile.program_number++;
-  if (program != nullptr) {
-    for (size_t i = 0; i < program->calls.size(); i++) {
-      McName* name = NameOfCall(front, program->calls[i]);
-      if (name == nullptr) continue;
-      name->program = compile.program_number;
-      name->call = static_cast<uint16_t>(i);
-    }
+  for (size_t i = 0; i < program->calls.size(); i++) {
+    McName* name = NameOfCall(front, program->calls[i]);
+    if (name == nullptr) continue;
+    name->program = compile.program_number;
+    name->call = static_cast<uint16_t>(i);
   }
   EnterRoutine(front);
 }
 
 int McSubEnter(McFront* front, const char* name) {
   front->compile.sub = nullptr;
-  if (front->compile.program == nullptr) return RC_OK;
+  if (!front->compile.building) return RC_OK;
   if (name != nullptr) {
     uint16_t index;
     if (const int code = McSubAdd(front->compile.program, name, &index))
@@ -208,25 +222,25 @@ int McSubEnter(McFront* front, const char* name) {
 
 void McProgramSetName(McFront* front, const char* name) {
   McProgram* program = front->compile.program;
-  if (program == nullptr) return;
   program->name = name == nullptr || *name == '\0'
                       ? nullptr
-                      : program->arena.copy(name, strlen(name));
+                      : program->store->arena.copy(name, strlen(name));
 }
 
 void McProgramSetBody(McFront* front, McNodeRef body) {
+  const McTree tree = {body, McNodesOf(front).count() - body};
   if (front->compile.body_slot != nullptr)
-    *front->compile.body_slot = body;
+    *front->compile.body_slot = tree;
   else if (front->compile.sub != nullptr)
-    front->compile.sub->body = body;
-  else if (front->compile.program != nullptr)
-    front->compile.program->body = body;
+    front->compile.sub->body = tree;
+  else
+    front->compile.program->body = tree;
 }
 
 McVarTable* McScopeTable(McFront* front, McScope scope) {
   McProgram* program = front->compile.program;
   McSub* sub = front->compile.sub;
-  if (program == nullptr) return nullptr;
+  if (!front->compile.building) return nullptr;
   if (scope == MC_SCOPE_LOCAL)
     return sub != nullptr ? &sub->locals : &program->variables;
   if (scope == MC_SCOPE_PARAMETER)
@@ -237,42 +251,32 @@ McVarTable* McScopeTable(McFront* front, McScope scope) {
   return block < commons.size() ? &commons[block].variables : nullptr;
 }
 
-int McVarFind(const McFront* front, const McName* name, McScope* scope,
-              uint16_t* index) {
-  if (name->routine == front->compile.routine) {
-    *scope = name->scope;
-    *index = name->index;
-    return RC_OK;
-  }
-  return front->compile.program == nullptr ? RC_NOT_FOUND : RC_NO_VARIABLE;
-}
-
-int McVarDeclare(McFront* front, McName* name, McNodeRef low, McNodeRef high,
-                 McNodeRef dims) {
-  TreeOwner owned_low(front, low), owned_high(front, high);
-  TreeOwner owned_dims(front, dims);
+int McVarDeclare(McFront* front, McName* name, const McBounds& bounds) {
+  const BoundTrees trees(front, bounds);
   McVarTable* table = McScopeTable(front, front->compile.scope);
   if (table == nullptr) return RC_INVALID;
-  Bounds bounds;
-  int code = EvaluateRange(front, low, high, &bounds.range);
-  if (code == RC_OK) code = EvaluateDims(front, dims, &bounds);
+  Values values;
+  int code = EvaluateRange(front, trees.low(), trees.high(), &values.range);
+  if (code == RC_OK) code = EvaluateDims(front, trees.dims(), &values);
   McVar* variable = nullptr;
   if (code == RC_OK) code = AddVariable(front, table, name, &variable);
-  if (code == RC_OK && low != 0) code = SetRange(front, variable, bounds.range);
-  if (code == RC_OK && bounds.dim_count > 0) SetDims(front, variable, bounds);
+  if (code == RC_OK && !trees.low().is_none())
+    code = SetRange(front, variable, values.range);
+  if (code == RC_OK && values.dim_count > 0) SetDims(front, variable, values);
   return code;
 }
 
 int McVarDeclareDynamic(McFront* front, McName* name, uint32_t count,
-                        McNodeRef low, McNodeRef high) {
-  TreeOwner owned_low(front, low), owned_high(front, high);
+                        const McBounds& bounds) {
+  const BoundTrees trees(front, bounds);
   McVarTable* table = McScopeTable(front, front->compile.scope);
   if (table == nullptr || count == 0 || count > DIM_LIMIT) return RC_INVALID;
   McRange range = {};
-  int code = EvaluateRange(front, low, high, &range);
+  int code = EvaluateRange(front, trees.low(), trees.high(), &range);
   McVar* variable = nullptr;
   if (code == RC_OK) code = AddVariable(front, table, name, &variable);
-  if (code == RC_OK && low != 0) code = SetRange(front, variable, range);
+  if (code == RC_OK && !trees.low().is_none())
+    code = SetRange(front, variable, range);
   if (code != RC_OK) return code;
   variable->dim_count = static_cast<uint8_t>(count);
   variable->storage = McStorage::ALLOC;
@@ -291,10 +295,11 @@ int McVarDeclareRef(McFront* front, McName* name, uint32_t count) {
 }
 
 int McCommonDeclare(McFront* front, const char* name) {
-  if (front->compile.program == nullptr) return RC_INVALID;
+  if (!front->compile.building) return RC_INVALID;
   UtVector<McCommon>& commons = Commons(front);
   if (commons.size() >= MC_COMMON_LIMIT) return RC_TABLE_FULL;
-  const char* copy = front->compile.program->arena.copy(name, strlen(name));
+  const char* copy =
+      front->compile.program->store->arena.copy(name, strlen(name));
   commons.push_back({copy, {}});
   front->compile.scope =
       static_cast<McScope>(MC_SCOPE_COMMON + commons.size() - 1);
@@ -302,6 +307,8 @@ int McCommonDeclare(McFront* front, const char* name) {
 }
 
 int McCallOf(McFront* front, McName* name, McCallKind kind, uint16_t* index) {
+  *index = 0;
+  if (!front->compile.building) return RC_OK;
   if (name->program != front->compile.program_number) {
     const int code =
         McCallAdd(front->compile.program, kind, name->text(), &name->call);

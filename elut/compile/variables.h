@@ -10,7 +10,8 @@
 // the routine, which is a new one whenever a routine is entered. So finding a
 // variable takes one comparison, and leaving a routine takes nothing.
 //
-// Declaring operations take their expressions and release them in every case.
+// Declaring operations take the trees of their bounds and drop them in every
+// case.
 // They print nothing, and throw bad_alloc. They return 0, or a code:
 //   RC_INVALID        no such table here, or no dimension count
 //   RC_TABLE_FULL     the table has no room for one more
@@ -33,27 +34,33 @@ void McCompileEnter(McFront* front, McProgram* program);
 // Gives the current program a name; an empty or absent one removes it.
 void McProgramSetName(McFront* front, const char* name);
 
-// Stores a body: in the body slot if there is one, else in the current SUB,
-// else in the program.
+// Stores the trees from `body` on: in the body slot if there is one, else in
+// the current SUB, else in the program.
 void McProgramSetBody(McFront* front, McNodeRef body);
 
 // The table of a selector in the current routine, or nullptr.
 McVarTable* McScopeTable(McFront* front, McScope scope);
 
-// Returns 0, RC_NO_VARIABLE, or RC_NOT_FOUND when no program is current.
-[[nodiscard]] int McVarFind(const McFront* front, const McName* name,
-                            McScope* scope, uint16_t* index);
+// The variable of that name, as the payload of a node; 0 when there is none.
+inline uint32_t McVarFind(const McFront* front, const McName* name) {
+  return name->routine == front->compile.routine ? name->variable : 0;
+}
 
-// A scalar, or an array when `dims` is a list of DIM nodes (the first 255
-// count), in the current scope and of the current type. `low` and `high` are
-// none, or the bounds of a range.
-[[nodiscard]] int McVarDeclare(McFront* front, McName* name, McNodeRef low,
-                               McNodeRef high, McNodeRef dims);
+// Trees of the bounds in a declaration, one after the other at the end of the
+// array: the lower bound of the range from `low` on, the upper one from `high`
+// on, DIM nodes from `dims` on.
+struct McBounds {
+  McNodeRef low, high, dims;
+};
+
+// A scalar, or an array when there are DIM nodes (the first 255 count), in the
+// current scope and of the current type.
+[[nodiscard]] int McVarDeclare(McFront* front, McName* name,
+                               const McBounds& bounds);
 
 // An array of `count` dimensions whose bounds an ALLOCATE statement sets.
 [[nodiscard]] int McVarDeclareDynamic(McFront* front, McName* name,
-                                      uint32_t count, McNodeRef low,
-                                      McNodeRef high);
+                                      uint32_t count, const McBounds& bounds);
 
 // A parameter that refers to an array of `count` dimensions.
 [[nodiscard]] int McVarDeclareRef(McFront* front, McName* name, uint32_t count);

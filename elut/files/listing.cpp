@@ -2,7 +2,6 @@
 #include "elut/files/listing.h"
 
 #include "Cutil/codes.h"
-#include "elut/model/tree_walk.h"
 
 namespace {
 
@@ -71,20 +70,20 @@ void McDumpCommons(Channels* out, const UtVector<McCommon>& commons) {
 
 // The first child of a node stands on the line of its parent; each further
 // sibling begins a line, indented to the depth of its list.
-void McDumpTree(Channels* out, const McNodePool& nodes, McNodeRef root) {
+void McDumpTree(Channels* out, const McNodes& nodes, const McTree& tree) {
   int depth = 0;
   bool first = true;
-  McTreeWalker walker;
-  walker.walk(
-      nodes, root,
-      [&](const McNode& node) {
+  McWalkTrees(
+      nodes, tree,
+      [&](McNodeRef node) {
         if (!first) out->out("\n%*s", 7 * depth, "");
-        out->out(" %-6s", MC_KIND_NAMES[static_cast<int>(node.kind)]);
+        out->out(" %-6s",
+                 MC_KIND_NAMES[static_cast<unsigned>(nodes[node].kind())]);
         first = true;
         depth++;
         return true;
       },
-      [&](const McNode&) {
+      [&](McNodeRef) {
         first = false;
         depth--;
         return true;
@@ -93,34 +92,37 @@ void McDumpTree(Channels* out, const McNodePool& nodes, McNodeRef root) {
 
 // Printing expressions ------------------------------------------------------
 
-constexpr const char* OPERATOR_TEXTS[] = {
-    nullptr, "+",     "-",     "/",     "*",     "**",    "MOD",   "DIV",
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-    "==",    "<>",    ">",     ">=",    "<",     "<=",    "AND",   "OR",
-};
-
+// The text of an operator that an OPERA can have; nullptr for others.
 const char* OperatorText(uint8_t op) {
-  return op < sizeof OPERATOR_TEXTS / sizeof *OPERATOR_TEXTS
-             ? OPERATOR_TEXTS[op]
-             : nullptr;
+  switch (op) {
+#define MC_OPERATOR(number, name, text) \
+  case number:                          \
+    return number == MC_RANGE ? nullptr : text;
+#include "elut/model/operators.def"
+#undef MC_OPERATOR
+  }
+  return nullptr;
 }
 
 class ExpressionPrinter {
  public:
   ExpressionPrinter(Channels* channels, unsigned channel,
                     const McProgram* program)
-      : channels_(channels), channel_(channel), program_(program) {}
+      : channels_(channels),
+        channel_(channel),
+        program_(program),
+        nodes_(program->store->nodes) {}
 
   // Prints one expression; what its operands come to does not matter.
   int print(McNodeRef root) {
     path_.clear();
-    const int code = begin(node(root));
+    const int code = begin(root);
     // Walks the operands of OPERA nodes: `path_` leads to the operand that is
     // printed, each entry an OPERA with its operands still to come.
     while (!path_.empty()) {
       Open* open = &path_.back();
       const McNodeRef operand = open->next;
-      if (operand == 0 || open->printed == 2) {
+      if (operand == open->node || open->printed == 2) {
         channels_->print(channel_, ")");
         path_.pop_back();
         continue;
@@ -128,38 +130,39 @@ class ExpressionPrinter {
       if (open->printed == 1 && open->text != nullptr)
         channels_->print(channel_, " %s ", open->text);
       open->printed++;
-      open->next = node(operand).sibling;
-      (void)begin(node(operand));
+      open->next = nodes_.next_child(operand);
+      (void)begin(operand);
     }
     return code;
   }
 
  private:
   struct Open {
-    McNodeRef next;    // operand to print next
+    McNodeRef node;    // the OPERA
+    McNodeRef next;    // operand to print next; `node` itself after the last
     int printed;       // operands printed so far
     const char* text;  // of the operator; nullptr: none
   };
 
-  const McNode& node(McNodeRef ref) const { return program_->nodes[ref]; }
-
   // Prints a leaf, or opens an OPERA.
-  int begin(const McNode& node) {
-    switch (node.kind) {
+  int begin(McNodeRef ref) {
+    const McNode& node = nodes_[ref];
+    switch (node.kind()) {
       case McNodeKind::INT:
-        channels_->print(channel_, "%d", node.integer);
+        channels_->print(channel_, "%d", node.integer());
         return RC_OK;
       case McNodeKind::REAL:
         channels_->print(channel_, "%lg",
-                         program_->constants[node.number].real);
+                         program_->constants[node.number()].real);
         return RC_OK;
       case McNodeKind::STRING:
         channels_->print(channel_, "\"%s\"",
-                         program_->constants[node.number].text);
+                         program_->constants[node.number()].text);
         return RC_OK;
       case McNodeKind::OPERA:
         channels_->print(channel_, "(");
-        path_.push_back({node.child, 0, OperatorText(node.op)});
+        path_.push_back({ref, node.is_leaf() ? ref : nodes_.first_child(ref), 0,
+                         OperatorText(node.op())});
         return RC_OK;
       case McNodeKind::EMPTY:
       case McNodeKind::DIM:
@@ -173,20 +176,25 @@ class ExpressionPrinter {
   Channels* channels_;
   unsigned channel_;
   const McProgram* program_;
+  const McNodes& nodes_;
   UtVector<Open> path_;
 };
 
 // Prints a PRINT statement; it stops at an item that has no text.
 int PrintStatement(Channels* channels, unsigned channel, const char* prefix,
-                   const McProgram* program, const McNode& print) {
+                   const McProgram* program, McNodeRef print) {
+  const McNodes& nodes = program->store->nodes;
   ExpressionPrinter printer(channels, channel, program);
   channels->print(channel, "%sPRINT", prefix);
   int code = RC_OK;
-  for (McNodeRef item = print.child; item != 0 && code == RC_OK;
-       item = program->nodes[item].sibling) {
-    if (item != print.child) channels->print(channel, ",");
-    channels->print(channel, " ");
-    code = printer.print(item);
+  if (!nodes[print].is_leaf()) {
+    const McNodeRef first = nodes.first_child(print);
+    for (McNodeRef item = first; item != print && code == RC_OK;
+         item = nodes.next_child(item)) {
+      if (item != first) channels->print(channel, ",");
+      channels->print(channel, " ");
+      code = printer.print(item);
+    }
   }
   channels->print(channel, ";\n");
   return code;
@@ -194,9 +202,8 @@ int PrintStatement(Channels* channels, unsigned channel, const char* prefix,
 
 int PrintNode(Channels* channels, unsigned channel, const char* prefix,
               const McProgram* program, McNodeRef ref) {
-  const McNode& node = program->nodes[ref];
-  if (node.kind == McNodeKind::PRINT)
-    return PrintStatement(channels, channel, prefix, program, node);
+  if (program->store->nodes[ref].kind() == McNodeKind::PRINT)
+    return PrintStatement(channels, channel, prefix, program, ref);
   return ExpressionPrinter(channels, channel, program).print(ref);
 }
 
@@ -215,11 +222,11 @@ void Dump(Channels* out, const McProgram* program) {
     McDumpCommons(out, sub.commons);
     out->out("--------------------- Variablen: ---------------------\n");
     McDumpVarTable(out, sub.locals);
-    if (sub.body == 0) continue;
+    if (sub.body.is_none()) continue;
     out->out("Program:\n");
-    McDumpTree(out, program->nodes, sub.body);
+    McDumpTree(out, program->store->nodes, sub.body);
   }
-  if (program->body == 0) return;
+  if (program->body.is_none()) return;
   out->out(
       "\n----------------------------------- MAIN "
       "--------------------------------------\n");
@@ -227,7 +234,7 @@ void Dump(Channels* out, const McProgram* program) {
   out->out("--------------------- Variablen: ---------------------\n");
   McDumpVarTable(out, program->variables);
   out->out("Program:\n");
-  McDumpTree(out, program->nodes, program->body);
+  McDumpTree(out, program->store->nodes, program->body);
   out->out(
       "\n--------------------------------------------------------------------"
       "-----------\n");
@@ -244,14 +251,16 @@ int McDumpProgram(Channels* out, const McProgram* program) {
 
 int McPrintExpr(Channels* channels, unsigned channel, const char* prefix,
                 const McProgram* program) {
-  if (program->body == 0) return RC_NO_EXPRESSION;
+  if (program->body.is_none()) return RC_NO_EXPRESSION;
   return UtGuarded([&] {
-    const McNode& body = program->nodes[program->body];
-    if (body.kind != McNodeKind::BLOCK)
-      return PrintNode(channels, channel, prefix, program, program->body);
+    const McNodes& nodes = program->store->nodes;
+    const McNodeRef root = program->body.root();
+    if (nodes[root].kind() != McNodeKind::BLOCK)
+      return PrintNode(channels, channel, prefix, program, root);
     int code = RC_OK;
-    for (McNodeRef item = body.child; item != 0 && code == RC_OK;
-         item = program->nodes[item].sibling)
+    if (nodes[root].is_leaf()) return code;
+    for (McNodeRef item = nodes.first_child(root);
+         item != root && code == RC_OK; item = nodes.next_child(item))
       code = PrintNode(channels, channel, prefix, program, item);
     return code;
   });

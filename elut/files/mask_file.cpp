@@ -32,8 +32,8 @@ bool WriteAttribute(XdStream* xd, EditorList* list, Attribute* entry) {
   auto type =
       static_cast<uint8_t>(string ? AttributeType::STRING : entry->type);
   const char* name = list->attribute_names->name(entry->name);
-  return XdUChar(xd, &type) && XdText(xd, &list->arena, &name) &&
-         AttributeValueRecord(xd, &list->arena, entry);
+  return XdUChar(xd, &type) && XdText(xd, &list->store.arena, &name) &&
+         AttributeValueRecord(xd, &list->store.arena, entry);
 }
 
 bool TypeIsRefused(uint8_t type) {
@@ -44,13 +44,13 @@ bool TypeIsRefused(uint8_t type) {
 bool ReadAttributeName(XdStream* xd, EditorList* list, AttributeType type,
                        uint16_t* number) {
   const char* name;
-  if (!XdText(xd, &list->arena, &name)) return false;
+  if (!XdText(xd, &list->store.arena, &name)) return false;
   if (name == nullptr) return XdFail(xd, "an attribute without a name");
   const AttributeType wanted =
       type == AttributeType::OWN_STRING ? AttributeType::STRING : type;
   AttributeType registered = wanted;
   const int code = list->attribute_names->take(name, &registered, number);
-  list->arena.give_back(const_cast<char*>(name), strlen(name) + 1);
+  list->store.arena.give_back(const_cast<char*>(name), strlen(name) + 1);
   if (code != RC_OK) return XdFail(xd, "one attribute name too many");
   return registered == wanted ||
          XdFail(xd, "an attribute whose name has values of another type");
@@ -65,7 +65,7 @@ bool ReadAttribute(XdStream* xd, EditorList* list, Attribute* entry) {
   if (!ReadAttributeName(xd, list, entry->type, &entry->name)) return false;
   if (entry->type == AttributeType::STRING)
     entry->type = AttributeType::OWN_STRING;
-  return AttributeValueRecord(xd, &list->arena, entry);
+  return AttributeValueRecord(xd, &list->store.arena, entry);
 }
 
 bool AttributeListRecord(XdStream* xd, EditorList* list,
@@ -74,7 +74,7 @@ bool AttributeListRecord(XdStream* xd, EditorList* list,
   if (!XdUShort(xd, &count)) return false;
   if (xd->direction == XD_DECODE && count > 0) {
     if (!XdCountFits(xd, count, ATTRIBUTE_BYTES)) return false;
-    attributes->entries = list->arena.take_array<Attribute>(count);
+    attributes->entries = list->store.arena.take_array<Attribute>(count);
     attributes->capacity = count;
   }
   const auto transfer =
@@ -90,7 +90,8 @@ bool HandlerBodyRecord(XdStream* xd, EditorList* list, EventHandler* handler) {
   switch (handler->kind) {
     case HandlerKind::ATTRIBUTES:
       return AttributeListRecord(xd, list, &handler->attributes);
-    case HandlerKind::PROGRAM: return McXdrProgram(xd, &handler->program);
+    case HandlerKind::PROGRAM:
+      return McXdrProgram(xd, &list->store, &handler->program);
   }
   return true;
 }
@@ -108,7 +109,7 @@ bool HandlerRecord(XdStream* xd, EditorList* list, EventHandler* handler) {
     if (handler->kind == HandlerKind::PROGRAM)
       handler->program = nullptr;
     else
-      AttributeListInit(&handler->attributes, &list->arena);
+      AttributeListInit(&handler->attributes, &list->store.arena);
   }
   return HandlerBodyRecord(xd, list, handler);
 }
@@ -118,7 +119,7 @@ bool HandlersRecord(XdStream* xd, EditorList* list, EventHandlers* handlers) {
   if (!XdUShort(xd, &count)) return false;
   if (xd->direction == XD_DECODE && count > 0) {
     if (!XdCountFits(xd, count, HANDLER_BYTES)) return false;
-    handlers->entries = list->arena.take_array<EventHandler>(count);
+    handlers->entries = list->store.arena.take_array<EventHandler>(count);
     memset(static_cast<void*>(handlers->entries), 0,
            count * sizeof(EventHandler));
     handlers->count = handlers->capacity = count;
@@ -145,7 +146,7 @@ bool FieldsRecord(XdStream* xd, EditorList* list, MaskObject** place) {
   if (!XdStringBuf(xd, object->name, MASK_NAME_BYTES)) return false;
   if (!AttributeListRecord(xd, list, &object->attributes)) return false;
   if (!HandlersRecord(xd, list, &object->handlers)) return false;
-  return McXdrProgram(xd, &object->program);
+  return McXdrProgram(xd, &list->store, &object->program);
 }
 
 // Puts an object that was read where it belongs. Only children have siblings.

@@ -1,11 +1,10 @@
 // A record routine lists the fields of its record in file order, once for both
-// directions. Trees are the exception: they are written from nodes that lie
-// about and read one node after the other.
+// directions. Trees are the exception: parents stand first in a file and last
+// in memory.
 #include "elut/files/program_file.h"
 
 #include "Cutil/codes.h"
 #include "Cutil/ut_file.h"
-#include "elut/model/tree_walk.h"
 #include "util/xd_header.h"
 
 namespace {
@@ -19,12 +18,13 @@ constexpr uint8_t HAS_DIMS = 0x02;
 struct Body {
   XdStream* xd;
   McProgram* program;
-  McTreeWalker walker;
   uint32_t calls_needed = 0;  // one more than the highest call index so far
 
   bool writing() const { return xd->direction == XD_ENCODE; }
   bool reading() const { return xd->direction == XD_DECODE; }
-  bool text(const char** text) { return XdText(xd, &program->arena, text); }
+  bool text(const char** text) {
+    return XdText(xd, &program->store->arena, text);
+  }
 };
 
 // Transfers the 16-bit count of a table whose entries take at least
@@ -63,8 +63,8 @@ bool McXdrValue(Body* body, McConstant* constant) {
     return XdCharacters(xd, const_cast<char*>(constant->text),
                         constant->length);
   if (!XdCountFits(xd, constant->length, 1)) return false;
-  auto* text =
-      body->program->arena.take_array<char>(size_t{constant->length} + 1);
+  auto* text = body->program->store->arena.take_array<char>(
+      size_t{constant->length} + 1);
   text[constant->length] = '\0';
   constant->text = text;
   return XdCharacters(xd, text, constant->length);
@@ -86,129 +86,190 @@ bool McXdrConstants(Body* body) {
 
 // Trees ---------------------------------------------------------------------
 
-// The head of a node record: its kind and its payload. Kind 0 is no node.
-template <class Port>
-bool McXdrNode(Port* port, McNode* node) {
-  auto kind = static_cast<uint8_t>(node->kind);
-  if (!port->uchar(&kind) || kind >= MC_KIND_COUNT) return false;
-  node->kind = static_cast<McNodeKind>(kind);
-  switch (MC_KIND_PAYLOADS[kind]) {
-    case McPayload::NONE: return true;
+// Bytes and items of a node in a file, by kind.
+struct NodeLayout {
+  uint8_t plain;  // bytes of kind and payload
+  uint8_t xdr;    // the same in XDR
+  uint8_t shift;  // of the payload, to get its first item
+  bool two;       // there is a second item, the lower half of the payload
+};
+
+constexpr NodeLayout LayoutOf(McPayload payload) {
+  switch (payload) {
+    case McPayload::NONE: return {1, 4, 24, false};
     case McPayload::VARIABLE:
-      return port->ushort(&node->variable.scope) &&
-             port->ushort(&node->variable.index);
-    case McPayload::INTEGER: return port->slong(&node->integer);
-    case McPayload::NUMBER: return port->ulong(&node->number);
-    case McPayload::FUNCTION:
-      // The number stands in the file twice.
-      return port->ushort(&node->index) && port->ushort(&node->index);
-    case McPayload::OPERATOR: return port->uchar(&node->op);
-    case McPayload::INDEX: return port->ushort(&node->index);
-    case McPayload::SIGIL: return port->schar(&node->sigil);
+    case McPayload::FUNCTION: return {5, 12, 16, true};
+    case McPayload::INTEGER:
+    case McPayload::NUMBER: return {5, 8, 0, false};
+    case McPayload::OPERATOR:
+    case McPayload::SIGIL: return {2, 8, 24, false};
+    case McPayload::INDEX: return {3, 8, 16, false};
+  }
+  return {};
+}
+
+constexpr NodeLayout LAYOUTS[] = {
+#define MC_KIND(name, payload) LayoutOf(McPayload::payload),
+#include "elut/model/node_kinds.def"
+#undef MC_KIND
+};
+
+// What a node takes at most, with the end of its children.
+constexpr size_t NODE_ROOM = 16;
+
+// Writes a node and returns where the next one goes. All that a node may take
+// is stored in one or two steps; what is behind its payload is zero and so the
+// end of the children, when there are none.
+template <XdTransport TRANSPORT>
+uint8_t* PutNode(uint8_t* next, const McNode& node) {
+  const auto kind = static_cast<uint8_t>(node.kind());
+  const NodeLayout layout = LAYOUTS[kind];
+  if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
+    const uint64_t bytes =
+        uint64_t{__builtin_bswap32(node.payload)} << 8 | kind;
+    memcpy(next, &bytes, sizeof bytes);
+    return next + layout.plain;
+  } else {
+    uint32_t first = node.payload >> layout.shift;
+    if (kind == static_cast<uint8_t>(McNodeKind::EXTIND))
+      first = static_cast<uint32_t>(int32_t{static_cast<int8_t>(first)});
+    const uint32_t second = layout.two ? node.payload & 0xFFFF : 0;
+    const uint32_t words[] = {__builtin_bswap32(kind), __builtin_bswap32(first),
+                              __builtin_bswap32(second), 0};
+    memcpy(next, words, sizeof words);
+    return next + layout.xdr;
+  }
+}
+
+// Writes a tree: one pass over the array, see McWalkTrees.
+template <XdTransport TRANSPORT>
+bool WriteTreeTo(Body* body, McTree tree) {
+  constexpr size_t END = TRANSPORT == XD_TRANSPORT_PLAIN ? 1 : 4;
+  XdStream* xd = body->xd;
+  uint8_t* next = xd->next;
+  const auto make_room = [&] {
+    if (xd->limit - next >= ptrdiff_t{NODE_ROOM}) return true;
+    xd->next = next;
+    if (!XdMakeRoom(xd, NODE_ROOM)) return false;
+    next = xd->next;
+    return true;
+  };
+  const McNodes& nodes = body->program->store->nodes;
+  const bool written = McWalkTrees(
+      nodes, tree,
+      [&](McNodeRef node) {
+        if (!make_room()) return false;
+        next = PutNode<TRANSPORT>(next, nodes[node]);
+        return true;
+      },
+      [&](McNodeRef) {
+        if (!make_room()) return false;
+        memset(next, 0, END);
+        next += END;
+        return true;
+      });
+  xd->next = next;
+  return written;
+}
+
+bool WriteTree(Body* body, McTree tree) {
+  uint8_t none = 0;
+  if (tree.is_none()) return XdUChar(body->xd, &none);
+  return body->xd->transport == XD_TRANSPORT_XDR
+             ? WriteTreeTo<XD_TRANSPORT_XDR>(body, tree)
+             : WriteTreeTo<XD_TRANSPORT_PLAIN>(body, tree);
+}
+
+// Reads the payload of a node of that kind.
+bool ReadPayload(XdStream* xd, McNodeKind kind, uint32_t* payload) {
+  uint16_t first = 0, second = 0;
+  uint8_t op = 0;
+  int8_t sigil = 0;
+  *payload = 0;
+  switch (MC_KIND_PAYLOADS[static_cast<unsigned>(kind)]) {
+    case McPayload::NONE: return true;
+    case McPayload::INTEGER:
+    case McPayload::NUMBER: return XdULong(xd, payload);
+    case McPayload::VARIABLE:
+    case McPayload::FUNCTION:  // the number stands in the file twice
+      if (!XdUShort(xd, &first) || !XdUShort(xd, &second)) return false;
+      *payload = McPayloadOf(first, second);
+      return true;
+    case McPayload::OPERATOR:
+      if (!XdUChar(xd, &op)) return false;
+      *payload = McPayloadOfOperator(op);
+      return true;
+    case McPayload::INDEX:
+      if (!XdUShort(xd, &first)) return false;
+      *payload = McPayloadOfIndex(first);
+      return true;
+    case McPayload::SIGIL:
+      if (!XdChar(xd, &sigil)) return false;
+      *payload = McPayloadOfOperator(static_cast<uint8_t>(sigil));
+      return true;
   }
   return false;
 }
 
-// More than the head of a node and the end of its children take.
-constexpr size_t NODE_ROOM = 32;
-
 // True when what a node that was read refers to is there.
-bool ReferenceHolds(Body* body, const McNode& node) {
+bool ReferenceHolds(Body* body, McNodeKind kind, uint32_t payload) {
+  const McNode node = {0, payload};
   const McConstants& constants = body->program->constants;
-  switch (node.kind) {
-    case McNodeKind::REAL:
-      return node.number < constants.count() &&
-             constants[node.number].type == McValueType::REAL;
-    case McNodeKind::STRING:
-      return node.number < constants.count() &&
-             constants[node.number].type == McValueType::STRING;
+  const auto constant = [&](McValueType type) {
+    return node.number() < constants.count() &&
+           constants[node.number()].type == type;
+  };
+  switch (kind) {
+    case McNodeKind::REAL: return constant(McValueType::REAL);
+    case McNodeKind::STRING: return constant(McValueType::STRING);
     case McNodeKind::EXTERN:
-      return StringPoolText(&body->program->strings, node.number) != nullptr;
+      return StringPoolText(&body->program->strings, node.number()) != nullptr;
     case McNodeKind::CALL:
-      if (node.index >= body->calls_needed)
-        body->calls_needed = uint32_t{node.index} + 1;
+      if (node.scope() >= body->calls_needed)
+        body->calls_needed = uint32_t{node.scope()} + 1;
       return true;
     default: return true;
   }
 }
 
-// Writes the tree through a port that does not check for room, which is made
-// for every node and for every end of a child list.
-template <XdTransport TRANSPORT>
-bool WriteTreeTo(Body* body, McNodeRef root) {
-  XdStream* xd = body->xd;
-  XdFastPort<TRANSPORT> port = {xd->next};
-  const uint8_t end = 0;
-  const auto make_room = [&] {
-    if (xd->limit - port.next >= ptrdiff_t{NODE_ROOM}) return true;
-    xd->next = port.next;
-    if (!XdMakeRoom(xd, NODE_ROOM)) return false;
-    port.next = xd->next;
-    return true;
+// Reads nodes one after the other. A node goes into the array when its children
+// have ended: `path` holds those that have not, with the place where the
+// children of each begin.
+bool ReadTree(Body* body, McTree* tree) {
+  struct Open {
+    McNodeKind kind;
+    uint32_t payload;
+    McNodeRef first;
   };
-  const bool written = body->walker.walk(
-      body->program->nodes, root,
-      [&](const McNode& node) {
-        McNode copy = node;
-        return make_room() && McXdrNode(&port, &copy);
-      },
-      [&](const McNode&) { return make_room() && port.uchar(&end); });
-  xd->next = port.next;
-  return written;
-}
-
-bool WriteTree(Body* body, McNodeRef root) {
-  uint8_t none = 0;
-  if (root == 0) return XdUChar(body->xd, &none);
-  return body->xd->transport == XD_TRANSPORT_XDR
-             ? WriteTreeTo<XD_TRANSPORT_XDR>(body, root)
-             : WriteTreeTo<XD_TRANSPORT_PLAIN>(body, root);
-}
-
-// Reads nodes one behind the other; `path` leads from the root to the node
-// whose children are being read, with the child read last for each.
-bool ReadTree(Body* body, McNodeRef* root) {
-  McNodePool& nodes = body->program->nodes;
-  UtVector<McNodeList> path;  // first: the parent; last: its last child
-  *root = 0;
-  XdPort port = {body->xd};
+  XdStream* xd = body->xd;
+  McNodes& nodes = body->program->store->nodes;
+  UtVector<Open> path;
+  const McNodeRef first = nodes.count();
   do {
-    McNode node = {McNodeKind::EMPTY, 0, 0, {}};
-    if (!McXdrNode(&port, &node)) return false;
-    if (node.kind == McNodeKind::EMPTY) {
-      if (!path.empty()) path.pop_back();
-      continue;
+    auto kind = McNodeKind::EMPTY;
+    if (!XdEnum(xd, &kind, MC_KIND_COUNT)) return false;
+    if (kind != McNodeKind::EMPTY) {
+      uint32_t payload;
+      if (!ReadPayload(xd, kind, &payload)) return false;
+      if (!ReferenceHolds(body, kind, payload))
+        return XdFail(xd, "a reference to nothing");
+      path.push_back({kind, payload, nodes.count()});
+    } else if (!path.empty()) {
+      nodes.add_over(path.back().kind, path.back().payload, path.back().first);
+      path.pop_back();
     }
-    if (!ReferenceHolds(body, node)) return false;
-    const McNodeRef made = nodes.take();
-    nodes[made] = node;
-    if (path.empty())
-      *root = made;
-    else if (path.back().last == 0)
-      nodes[path.back().first].child = made;
-    else
-      nodes[path.back().last].sibling = made;
-    if (!path.empty()) path.back().last = made;
-    path.push_back({made, 0});
   } while (!path.empty());
+  *tree = {first, nodes.count() - first};
   return true;
 }
 
-bool McXdrTree(Body* body, McNodeRef* root) {
-  return body->reading() ? ReadTree(body, root) : WriteTree(body, *root);
+bool McXdrTree(Body* body, McTree* tree) {
+  return body->reading() ? ReadTree(body, tree) : WriteTree(body, *tree);
 }
 
 // The number of nodes of a tree. It is read and not needed.
-bool McXdrNodeCount(Body* body, McNodeRef root) {
-  uint32_t count = 0;
-  if (body->writing() && root != 0)
-    body->walker.walk(
-        body->program->nodes, root,
-        [&](const McNode&) {
-          count++;
-          return true;
-        },
-        [](const McNode&) { return true; });
+bool McXdrNodeCount(Body* body, const McTree& tree) {
+  uint32_t count = tree.count;
   return XdULong(body->xd, &count);
 }
 
@@ -217,7 +278,7 @@ bool McXdrNodeCount(Body* body, McNodeRef root) {
 bool McXdrRange(Body* body, McVar* variable) {
   XdStream* xd = body->xd;
   if (body->reading()) {
-    variable->range = body->program->arena.take_array<McRange>(1);
+    variable->range = body->program->store->arena.take_array<McRange>(1);
   }
   McRange* range = variable->range;
   if (variable->type == McValueType::INTEGER)
@@ -232,7 +293,7 @@ bool McXdrDims(Body* body, McVar* variable) {
   XdStream* xd = body->xd;
   if (body->reading()) {
     variable->dims =
-        body->program->arena.take_array<McDim>(variable->dim_count);
+        body->program->store->arena.take_array<McDim>(variable->dim_count);
   }
   for (unsigned i = 0; i < variable->dim_count; i++) {
     McDim* dim = &variable->dims[i];
@@ -338,16 +399,17 @@ struct VisibleTables {
 };
 
 // True when every variable that a tree names is in a table.
-bool VariablesHold(Body* body, McNodeRef root, const VisibleTables& tables) {
-  if (root == 0) return true;
-  return body->walker.walk(
-      body->program->nodes, root,
-      [&](const McNode& node) {
-        return MC_KIND_PAYLOADS[static_cast<int>(node.kind)] !=
-                   McPayload::VARIABLE ||
-               tables.hold(node.variable.scope, node.variable.index);
-      },
-      [](const McNode&) { return true; });
+bool VariablesHold(Body* body, const McTree& tree,
+                   const VisibleTables& tables) {
+  const McNodes& nodes = body->program->store->nodes;
+  for (McNodeRef at = tree.first; at != tree.end(); at++) {
+    const McNode& node = nodes[at];
+    if (MC_KIND_PAYLOADS[static_cast<unsigned>(node.kind())] ==
+            McPayload::VARIABLE &&
+        !tables.hold(node.scope(), node.index()))
+      return XdFail(body->xd, "a variable that is in no table");
+  }
+  return true;
 }
 
 // Trees stand in the file in front of the tables that they need, or behind.
@@ -364,7 +426,7 @@ bool AllVariablesHold(Body* body) {
 }
 
 bool McXdrProgramBody(XdStream* xd, McProgram* program) {
-  Body body = {xd, program, {}};
+  Body body = {xd, program};
   if (!StringPoolRecord(xd, &program->strings)) return false;
   if (!body.text(&program->name)) return false;
   if (!McXdrImports(&body)) return false;
@@ -379,14 +441,14 @@ bool McXdrProgramBody(XdStream* xd, McProgram* program) {
 }
 
 XdFileKind KindOf(const McProgram* program) {
-  return program->body != 0 ? XD_KIND_PROGRAM : XD_KIND_MODULE;
+  return program->body.is_none() ? XD_KIND_MODULE : XD_KIND_PROGRAM;
 }
 
 bool WriteRecord(XdStream* xd, void* program) {
   auto* record = static_cast<McProgram*>(program);
   bool written = false;
   return UtGuarded([&] {
-           written = McXdrProgram(xd, &record);
+           written = McXdrProgram(xd, nullptr, &record);
            return RC_OK;
          }) == RC_OK &&
          written;
@@ -426,7 +488,7 @@ int McXdrReadFromBytes(std::string_view bytes, UtPtr<McProgram>* program) {
     return code;
   const int code = UtGuarded([&] {
     McProgram* read = nullptr;
-    const bool complete = McXdrProgram(&xd, &read);
+    const bool complete = McXdrProgram(&xd, nullptr, &read);
     program->reset(read);
     const bool sound = complete && read != nullptr && XdRemaining(&xd) == 0 &&
                        KindOf(read) == header.kind;
@@ -437,13 +499,14 @@ int McXdrReadFromBytes(std::string_view bytes, UtPtr<McProgram>* program) {
   return RC_BODY_FAILED;
 }
 
-bool McXdrProgram(XdStream* xd, McProgram** slot) {
+bool McXdrProgram(XdStream* xd, McStore* shared, McProgram** slot) {
   uint8_t present = *slot != nullptr;
   if (!XdUChar(xd, &present)) return false;
   if (present > 1) return XdFail(xd, "a program that is neither there nor not");
   if (present == 0) return true;
   if (xd->direction == XD_ENCODE) return McXdrProgramBody(xd, *slot);
-  UtPtr<McProgram> program = McProgramCreate();
+  UtPtr<McProgram> program =
+      shared == nullptr ? McProgramCreate() : McProgramCreate(shared);
   if (!McXdrProgramBody(xd, program.get())) return false;
   *slot = program.release();
   return true;

@@ -52,6 +52,8 @@
                                      UtPtr<McProgram>* program);
 
 // The record, which is written, or read: then it makes the program in `*slot`,
-// which must be nullptr, or leaves it so. A failed read leaves nothing behind.
-// Throws bad_alloc.
-[[nodiscard]] bool McXdrProgram(XdStream* xd, McProgram** slot);
+// which must be nullptr, or leaves it so. The program lies in `shared`, or in a
+// store of its own for nullptr. A failed read leaves no program behind. Throws
+// bad_alloc.
+[[nodiscard]] bool McXdrProgram(XdStream* xd, McStore* shared,
+                                McProgram** slot);

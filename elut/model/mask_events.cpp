@@ -92,8 +92,9 @@ AttributeList* MaskAddAttributeHandler(MaskObject* object, EventSpec event) {
   return &handler->attributes;
 }
 
-McProgram* MaskAddProgramHandler(MaskObject* object, EventSpec event) {
-  UtPtr<McProgram> program = McProgramCreate();
+McProgram* MaskAddProgramHandler(EditorList* list, MaskObject* object,
+                                 EventSpec event) {
+  UtPtr<McProgram> program = McProgramCreate(&list->store);
   EventHandler* handler = Append(object, event, HandlerKind::PROGRAM);
   if (handler == nullptr) return nullptr;
   handler->program = program.release();

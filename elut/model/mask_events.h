@@ -11,6 +11,7 @@
 
 #include "elut/model/mask_attributes.h"
 
+struct EditorList;
 struct MaskObject;
 struct McProgram;
 
@@ -97,5 +98,6 @@ inline constexpr uint32_t HANDLER_LIMIT = 65528;
 // is unchanged then.
 [[nodiscard]] AttributeList* MaskAddAttributeHandler(MaskObject* object,
                                                      EventSpec event);
-[[nodiscard]] McProgram* MaskAddProgramHandler(MaskObject* object,
+[[nodiscard]] McProgram* MaskAddProgramHandler(EditorList* list,
+                                               MaskObject* object,
                                                EventSpec event);

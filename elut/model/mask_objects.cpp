@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "Cutil/ut_hash.h"
-#include "elut/model/program.h"
 #include "elut/syntax/scanner.h"
 
 namespace {
@@ -29,11 +28,11 @@ EditorList::~EditorList() {
 
 MaskObject* MaskCreateObject(EditorList* list, const char* name,
                              MaskObjectType type) {
-  auto* object = list->arena.take_array<MaskObject>(1);
+  auto* object = list->store.arena.take_array<MaskObject>(1);
   *object = {};
   object->type = type;
   memcpy(object->name, name, strnlen(name, MASK_NAME_BYTES - 1));
-  AttributeListInit(&object->attributes, &list->arena);
+  AttributeListInit(&object->attributes, &list->store.arena);
   object->older = list->youngest;
   list->youngest = object;
   return object;
@@ -66,8 +65,8 @@ void MaskAddEditor(EditorList* list, MaskObject* object,
   list->names.fill(slot, UtNumbered(hash, list->editors.size() - 1));
 }
 
-McProgram* MaskSetModule(MaskObject* object) {
-  McProgram* program = McProgramCreate().release();
+McProgram* MaskSetModule(EditorList* list, MaskObject* object) {
+  McProgram* program = McProgramCreate(&list->store).release();
   McProgramFree(&object->program);
   object->program = program;
   return program;
@@ -80,5 +79,6 @@ void MaskListFree(EditorList* list) {
   UtVector<MaskObject*>().swap(list->editors);
   list->names.clear();
   list->youngest = nullptr;
-  list->arena.release();
+  list->store.arena.release();
+  list->store.nodes.release();
 }

@@ -6,10 +6,10 @@
 //     BUTTON Ok { ; }          its children, in the order of definition
 //   }
 //
-// The EditorList of a file owns everything: objects, names, lists and texts
-// lie in its arena, and the programs of MODULE blocks and EXECUTE handlers
-// belong to the objects made for it, whether these were attached or not. All
-// of it goes with MaskListFree. Objects are never removed or moved.
+// The EditorList of a file owns everything: objects, names, lists, texts and
+// trees lie in its store, and the programs of MODULE blocks and EXECUTE
+// handlers belong to the objects made for it, whether these were attached or
+// not. All of it goes with MaskListFree. Objects are never removed or moved.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@
 #include "Cutil/ut_memory.h"
 #include "elut/model/mask_attributes.h"
 #include "elut/model/mask_events.h"
+#include "elut/model/program.h"
 
-struct McProgram;
 class McReportSink;
 
 enum class MaskObjectType : uint8_t {
@@ -79,7 +79,7 @@ struct EditorList {
   UtVector<MaskObject*> editors;    // a file may hold empty places: nullptr
   UtIndex<UtNumbered> names;        // of the editors; not of those read
   MaskObject* youngest = nullptr;   // object, attached or not
-  UtArena arena;
+  McStore store;                    // of all that is in the list
 };
 
 // A new object of that type, its name cut to 31 characters. Throws bad_alloc.
@@ -95,7 +95,7 @@ void MaskAddEditor(EditorList* list, MaskObject* object, McReportSink* reports);
 
 // Gives the object a new program for its MODULE block, in place of the one it
 // may have. Throws bad_alloc; the object is unchanged then.
-[[nodiscard]] McProgram* MaskSetModule(MaskObject* object);
+[[nodiscard]] McProgram* MaskSetModule(EditorList* list, MaskObject* object);
 
 // Releases everything; the list is empty then.
 void MaskListFree(EditorList* list);

@@ -1,4 +1,4 @@
-// What a program owns hangs in its vectors and its arena, so releasing it is
+// What a program owns hangs in its vectors and its store, so releasing it is
 // nothing but its destructor.
 #include "elut/model/program.h"
 
@@ -27,7 +27,8 @@ std::string_view NormalCallName(McCallKind kind, std::string_view name) {
 
 // A copy in the arena of the program; none for the empty text.
 const char* Stored(McProgram* program, std::string_view text) {
-  return text.empty() ? nullptr : program->arena.copy(text.data(), text.size());
+  return text.empty() ? nullptr
+                      : program->store->arena.copy(text.data(), text.size());
 }
 
 const char* Stored(McProgram* program, const char* text) {
@@ -77,14 +78,16 @@ class SubIndex {
 
 }  // namespace
 
-McProgram::McProgram() {
+McProgram::McProgram(McStore* shared) : store(shared) {
   StringPoolInit(&strings, POOL_UNIQUE);
 }
 
-McProgram::~McProgram() = default;
-
 UtPtr<McProgram> McProgramCreate() {
   return UtMake<McProgram>();
+}
+
+UtPtr<McProgram> McProgramCreate(McStore* shared) {
+  return UtMake<McProgram>(shared);
 }
 
 void McProgramInit(McProgram* program) {

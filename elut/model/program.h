@@ -2,9 +2,9 @@
 //
 // An McProgram is the compile context of a file and the unit that is written
 // as a compiled program file; masks hold further ones for their MODULE blocks
-// and EXECUTE handlers. Its creator owns it, and it owns everything that can
-// be reached from it: nodes in its pool, texts, ranges and dimensions in its
-// arena, tables in their vectors. McProgramFree releases it all.
+// and EXECUTE handlers. Its creator owns it, and it owns everything that can be
+// reached from it, with one exception: nodes, texts, ranges and dimensions lie
+// in a store, which the many programs of a mask file share.
 //
 // Tables of the file count in 16 bits: one holds at most 65535 entries.
 #pragma once
@@ -102,32 +102,40 @@ struct McSub {
   McVarTable locals;
   McVarTable parameters;  // in the order of declaration
   UtVector<McCommon> commons;
-  McNodeRef body = 0;
+  McTree body;
+};
+
+// Where the trees, texts, ranges and dimensions of a file lie.
+struct McStore {
+  UtArena arena;
+  McNodes nodes;
 };
 
 struct McProgram {
-  McProgram();
-  ~McProgram();
+  // In a store of its own, or in one that outlives it.
+  McProgram() : McProgram(&own_store) {}
+  explicit McProgram(McStore* shared);
   McProgram(const McProgram&) = delete;
   McProgram& operator=(const McProgram&) = delete;
 
+  McStore own_store;
+  McStore* store;
   const char* name = nullptr;
-  McNodePool nodes;
   UtVector<McImport> imports;
   McConstants constants;
   McVarTable variables;  // of the main program, or of a MODULE block
   UtVector<McCommon> commons;
   UtVector<McSub> subs;
   UtVector<McCallRef> calls;
-  McNodeRef body = 0;  // 0: none, the program is a module
+  McTree body;         // none: the program is a module
   StringPool strings;  // names of external variables
-  UtArena arena;       // texts, ranges and dimensions
 };
 
-// A new, empty program. Throws bad_alloc.
+// A new, empty program in a store of its own, or in `shared`. Throws bad_alloc.
 [[nodiscard]] UtPtr<McProgram> McProgramCreate();
+[[nodiscard]] UtPtr<McProgram> McProgramCreate(McStore* shared);
 
-// Makes a program empty again.
+// Makes a program with a store of its own empty again.
 void McProgramInit(McProgram* program);
 
 // Releases the program in `*slot`, if any, and clears the slot.

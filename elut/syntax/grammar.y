@@ -91,23 +91,23 @@ void yyerror(McFront* front, const char* what) {
 %right "**"
 %precedence SIGN  // of an operand
 
-%type <node> expression assignment external-reference body statement
+%type <node> expression assignment body statement else
 %type <node> builtin-call fn-call cfn-call
 %type <node> argument case-label dimension allocate-item free-item case-clause
-%type <list> variable variable-reference expression-args argument-list
-%type <list> dimension-list
-%type <list> statement-list case-clauses case-labels allocate-items free-items
+%type <node> expression-args argument-list dimension-list
+%type <node> case-clauses case-labels allocate-items free-items
+%type <reference> variable variable-reference external-reference
+%type <statements> statement-list
 %type <text> message attribute-text plain-text mask-message
 %type <number> star-list statement-begin key import-kind
-%type <op> relation
+%type <op> relation assign-op
 %type <chars> object-name
 %type <event> event event-list
 %type <type> simple-type menu-type
 
-%destructor { McTreeFree(front, &$$); } <node>
-%destructor { McTreeFree(front, &$$.first); } <list>
-%destructor { McTokenTextRelease(&front->scanner.strings, $$); }
-  <text> <token.text>
+// What was built for a symbol that an error discards goes with it.
+%destructor { McNodesOf(front).cut($$); } <node>
+%destructor { McNodesOf(front).cut($$.first); } <reference> <statements>
 
 %start input
 
@@ -124,8 +124,9 @@ input:
 ;
 
 expression-list:
-  expression expression-check { (void)$1; }
-| expression-list "," expression expression-check { (void)$3; }
+  expression expression-check { McNodesOf(front).cut($1); }
+| expression-list "," expression expression-check
+    { McNodesOf(front).cut($3); }
 ;
 
 expression-check: %empty
@@ -169,8 +170,8 @@ main-scope: %empty { McIgnoreRefusal(front, McSubEnter(front, nullptr)); } ;
 
 // A stray END, SUBEND or "}" ends a body, and with it the parse.
 body:
-  statement-list { $$ = $1.first; }
-| declaration-list statement-list { $$ = $2.first; }
+  statement-list { $$ = McNodeStatements(front, $1); }
+| declaration-list statement-list { $$ = McNodeStatements(front, $2); }
 ;
 
 // Imports and includes -----------------------------------------------------
@@ -265,7 +266,8 @@ parameter-group:
 parameter:
   IDENT
     {
-      McIgnoreRefusal(front, McVarDeclare(front, $1, 0, 0, 0));
+      const McNodeRef none = McNodeNone(front);
+      McIgnoreRefusal(front, McVarDeclare(front, $1, {none, none, none}));
     }
 | IDENT "(" star-list ")"
     {
@@ -319,64 +321,56 @@ declarators:
 | declarators "," declarator
 ;
 
+// The bounds are evaluated at once, and their trees are dropped.
 declarator:
   IDENT
     {
-      McIgnoreRefusal(front, McVarDeclare(front, $1, 0, 0, 0));
+      const McNodeRef none = McNodeNone(front);
+      McIgnoreRefusal(front, McVarDeclare(front, $1, {none, none, none}));
     }
 | IDENT "[" expression ":" expression "]"
     {
-      McIgnoreRefusal(front, 
-          McVarDeclare(front, $1, $3, $5, 0));
+      McIgnoreRefusal(front,
+                      McVarDeclare(front, $1, {$3, $5, McNodeNone(front)}));
     }
 | IDENT "[" expression ":" expression "]" "(" dimension-list ")"
-    {
-      McIgnoreRefusal(front, McVarDeclare(front, $1, $3, $5,
-                               $8.first));
-    }
+    { McIgnoreRefusal(front, McVarDeclare(front, $1, {$3, $5, $8})); }
 | IDENT "(" dimension-list ")"
-    {
-      McIgnoreRefusal(front, McVarDeclare(front, $1, 0, 0,
-                               $3.first));
-    }
+    { McIgnoreRefusal(front, McVarDeclare(front, $1, {$3, $3, $3})); }
 | IDENT "(" star-list ")"
     {
-      McIgnoreRefusal(front, McVarDeclareDynamic(front, $1, $3, 0, 0));
+      const McNodeRef none = McNodeNone(front);
+      McIgnoreRefusal(front,
+                      McVarDeclareDynamic(front, $1, $3, {none, none, none}));
     }
 | IDENT "[" expression ":" expression "]" "(" star-list ")"
     {
-      McIgnoreRefusal(front, McVarDeclareDynamic(front, $1, $8, $3, $5));
+      McIgnoreRefusal(front, McVarDeclareDynamic(front, $1, $8,
+                                                 {$3, $5, McNodeNone(front)}));
     }
 ;
 
+// A list of trees begins where its first one does.
 dimension-list:
-  dimension { $$ = {$1, $1}; }
-| dimension-list "," dimension
-    {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $3);
-    }
+  dimension
+| dimension-list "," dimension { $$ = $1; (void)$3; }
 ;
 
 dimension:
-  expression { McIgnoreRefusal(front, McNodeDim(front, &$$, $1, 0)); }
-| expression ":" expression { McIgnoreRefusal(front, McNodeDim(front, &$$, $3, $1)); }
+  expression { $$ = McNodeDim(front, $1, $1); }
+| expression ":" expression { $$ = McNodeDim(front, $1, $3); }
 ;
 
 // Statements ---------------------------------------------------------------
 
-// The value is the list so far and the last statement of its BLOCK.
 statement-list:
   statement-begin statement
     { $$ = McParseBeginList(front, $2, $1); }
 | statement-list statement-begin statement
-    {
-      $$ = $1;
-      McParseAppendStatement(front, &$$, $3, $2);
-    }
+    { $$ = McParseAppendStatement(front, $1, $3, $2); }
 | error statement-error ";"
     {
-      $$ = McParseBeginList(front, 0, 0);
+      $$ = McParseBeginList(front, McNodeNone(front), 0);
       yyerrok;
       yyclearin;
     }
@@ -395,96 +389,98 @@ statement-error: %empty
 ;
 
 statement:
-  ";" { $$ = 0; }
+  ";" { $$ = McNodeNone(front); }
 | assignment ";"
 | "LET" assignment ";" { $$ = $2; }
 | cfn-call ";"
 | "WHILE" expression "DO" statement-list "END" "WHILE"
-    { McIgnoreRefusal(front, McNodeWhile(front, &$$, $2, $4.first)); }
+    {
+      $$ = McNodeOverTwo(front, McNodeKind::WHILE, 0, $2,
+                         McNodeStatements(front, $4));
+    }
 | "IF" expression "THEN" statement-list "END" "IF"
-    { McIgnoreRefusal(front, McNodeIf(front, &$$, $2, $4.first, 0)); }
-| "IF" expression "THEN" statement-list "ELSE" statement-list "END" "IF"
-    { McIgnoreRefusal(front, McNodeIf(front, &$$, $2, $4.first, $6.first)); }
+    {
+      $$ = McNodeOverTwo(front, McNodeKind::IF, 0, $2,
+                         McNodeStatements(front, $4));
+    }
+| "IF" expression "THEN" statement-list else statement-list "END" "IF"
+    {
+      (void)McNodeStatements(front, $6);
+      $$ = McNodeOverTwo(front, McNodeKind::IF, 0, $2, $5);
+      (void)$4;
+    }
 | "SELECT" expression ";" case-clauses "END" "SELECT"
-    { McIgnoreRefusal(front, McNodeSelect(front, &$$, $2, $4.first)); }
+    { $$ = McNodeOverTwo(front, McNodeKind::SELECT, 0, $2, $4); }
 | "SELECT" expression ";" case-clauses "CASE" "ELSE" statement-list "END"
   "SELECT"
     {
-      McNodeAppendSibling(front, &$4, $7.first);
-      McIgnoreRefusal(front, McNodeSelect(front, &$$, $2, $4.first));
+      (void)McNodeStatements(front, $7);
+      $$ = McNodeOverTwo(front, McNodeKind::SELECT, 0, $2, $4);
     }
 | "ALLOCATE" allocate-items ";"
-    { McFailWith(front, McNodeAllocate(front, &$$, $2.first)); }
+    { $$ = McNodeOver(front, McNodeKind::ALLOC, 0, $2); }
 | "FREE" free-items ";"
-    { McFailWith(front, McNodeRelease(front, &$$, $2.first)); }
+    { $$ = McNodeOver(front, McNodeKind::FREE, 0, $2); }
 | "CALL" IDENT ";"
-    { McIgnoreRefusal(front, McNodeCall(front, &$$, $2, McCallKind::SUB, 0)); }
+    { $$ = McNodeCall(front, $2, McCallKind::SUB, McNodeNone(front)); }
 | "CALL" IDENT "(" argument-list ")" ";"
-    { McIgnoreRefusal(front, McNodeCall(front, &$$, $2, McCallKind::SUB, $4.first)); }
-| "PRINT" ";" { McIgnoreRefusal(front, McNodePrint(front, &$$, 0)); }
-| "PRINT" argument-list ";" { McIgnoreRefusal(front, McNodePrint(front, &$$, $2.first)); }
+    { $$ = McNodeCall(front, $2, McCallKind::SUB, $4); }
+| "PRINT" ";"
+    { $$ = McNodeOver(front, McNodeKind::PRINT, 0, McNodeNone(front)); }
+| "PRINT" argument-list ";"
+    { $$ = McNodeOver(front, McNodeKind::PRINT, 0, $2); }
 | "RETURN" expression ";"
-    { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::RETURN, &$$, $2)); }
+    { $$ = McNodeOver(front, McNodeKind::RETURN, 0, $2); }
 | "EXIT" expression ";"
-    { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::EXIT, &$$, $2)); }
-| "BREAK" { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::BREAK, &$$, 0)); }
-| "CONTINUE" { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::CONT, &$$, 0)); }
-| "SUBEXIT" { McIgnoreRefusal(front, McNodeMake(front, McNodeKind::SUBEX, &$$, 0)); }
+    { $$ = McNodeOver(front, McNodeKind::EXIT, 0, $2); }
+| "BREAK" { $$ = McNodeLeaf(front, McNodeKind::BREAK, 0); }
+| "CONTINUE" { $$ = McNodeLeaf(front, McNodeKind::CONT, 0); }
+| "SUBEXIT" { $$ = McNodeLeaf(front, McNodeKind::SUBEX, 0); }
 ;
 
+// Ends the statements in front of it, before those after it are built.
+else: "ELSE" { $$ = McNodeStatements(front, $<statements>0); } ;
+
 allocate-items:
-  allocate-item { $$ = {$1, $1}; }
-| allocate-items "," allocate-item
-    {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $3);
-    }
+  allocate-item
+| allocate-items "," allocate-item { $$ = $1; (void)$3; }
 ;
 
 allocate-item:
-  IDENT "(" dimension-list ")"
-    { McFailWith(front, McNodeVar(front, $1, &$$, $3.first)); }
+  IDENT "(" dimension-list ")" { $$ = McParseAllocated(front, $1, $3); }
 ;
 
 free-items:
-  free-item { $$ = {$1, $1}; }
-| free-items "," free-item
+  free-item
+| free-items "," free-item { $$ = $1; (void)$3; }
+;
+
+free-item:
+  IDENT
     {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $3);
+      $$ = McNodeVar(front, McParseVariable(front, $1, McNodeNone(front)));
     }
 ;
 
-free-item: IDENT { $$ = McParseVariable(front, $1, 0); } ;
-
 case-clauses:
-  case-clause { $$ = {$1, $1}; }
-| case-clauses case-clause
-    {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $2);
-    }
+  case-clause
+| case-clauses case-clause { $$ = $1; (void)$2; }
 ;
 
 case-clause:
   "CASE" case-labels ";" statement-list
-    { McIgnoreRefusal(front, McNodeCase(front, &$$, $4.first, $2.first)); }
+    { $$ = McNodeCase(front, $2, McNodeStatements(front, $4)); }
 ;
 
 case-labels:
-  case-label { $$ = {$1, $1}; }
-| case-labels "," case-label
-    {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $3);
-    }
+  case-label
+| case-labels "," case-label { $$ = $1; (void)$3; }
 ;
 
 case-label:
-  relation expression { McIgnoreRefusal(front, McNodeTest(front, $1, &$$, $2)); }
-| expression { McIgnoreRefusal(front, McNodeTest(front, MC_EQUAL, &$$, $1)); }
-| expression "TO" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_RANGE, &$$, $1, $3)); }
+  relation expression { $$ = McNodeTest(front, $1, $2); }
+| expression { $$ = McNodeTest(front, MC_EQUAL, $1); }
+| expression "TO" expression { $$ = McNodeBinary(front, MC_RANGE, $1, $3); }
 ;
 
 relation:
@@ -497,28 +493,23 @@ relation:
 ;
 
 argument-list:
-  argument { $$ = {$1, $1}; }
-| argument-list "," argument
-    {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $3);
-    }
+  argument
+| argument-list "," argument { $$ = $1; (void)$3; }
 ;
 
 // An argument is an expression, or a whole array by reference.
 argument:
   expression
-| IDENT "(" "*" ")"
-    { McIgnoreRefusal(front, McNodeRefVar(front, $1, &$$)); }
+| IDENT "(" "*" ")" { $$ = McNodeRefVar(front, $1); }
 ;
 
 // Expressions --------------------------------------------------------------
 
 expression:
-  variable-reference { $$ = $1.first; }
-| external-reference
-| ICONST { McIgnoreRefusal(front, McNodeInt(front, &$$, $1)); }
-| RCONST { McIgnoreRefusal(front, McNodeReal(front, &$$, $1)); }
+  variable-reference { $$ = McNodeVar(front, $1); }
+| external-reference { $$ = $1.first; }
+| ICONST { $$ = McNodeInt(front, $1); }
+| RCONST { $$ = McNodeReal(front, $1); }
 | SCONST { $$ = McParseString(front, $1); }
 | message { $$ = McParseString(front, $1); }
 | assignment
@@ -526,117 +517,92 @@ expression:
 | fn-call
 | cfn-call
 | "(" expression ")" { $$ = McParseParenthesised(front, $2); }
-| expression "+" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_ADD, &$$, $1, $3)); }
-| expression "-" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_SUBTRACT, &$$, $1, $3)); }
-| expression "*" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_MULTIPLY, &$$, $1, $3)); }
-| expression "/" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_DIVIDE, &$$, $1, $3)); }
-| expression "**" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_POWER, &$$, $1, $3)); }
-| expression "MOD" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_MOD, &$$, $1, $3)); }
-| expression "DIV" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_DIV, &$$, $1, $3)); }
-| expression "==" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_EQUAL, &$$, $1, $3)); }
+| expression "+" expression { $$ = McNodeBinary(front, MC_ADD, $1, $3); }
+| expression "-" expression { $$ = McNodeBinary(front, MC_SUBTRACT, $1, $3); }
+| expression "*" expression { $$ = McNodeBinary(front, MC_MULTIPLY, $1, $3); }
+| expression "/" expression { $$ = McNodeBinary(front, MC_DIVIDE, $1, $3); }
+| expression "**" expression { $$ = McNodeBinary(front, MC_POWER, $1, $3); }
+| expression "MOD" expression { $$ = McNodeBinary(front, MC_MOD, $1, $3); }
+| expression "DIV" expression { $$ = McNodeBinary(front, MC_DIV, $1, $3); }
+| expression "==" expression { $$ = McNodeBinary(front, MC_EQUAL, $1, $3); }
 | expression "<>" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_NOT_EQUAL, &$$, $1, $3)); }
-| expression ">" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_GREATER, &$$, $1, $3)); }
+    { $$ = McNodeBinary(front, MC_NOT_EQUAL, $1, $3); }
+| expression ">" expression { $$ = McNodeBinary(front, MC_GREATER, $1, $3); }
 | expression ">=" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_GREATER_EQUAL, &$$, $1, $3)); }
-| expression "<" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_LESS, &$$, $1, $3)); }
+    { $$ = McNodeBinary(front, MC_GREATER_EQUAL, $1, $3); }
+| expression "<" expression { $$ = McNodeBinary(front, MC_LESS, $1, $3); }
 | expression "<=" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_LESS_EQUAL, &$$, $1, $3)); }
-| expression "AND" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_AND, &$$, $1, $3)); }
-| expression "OR" expression
-    { McIgnoreRefusal(front, McNodeBinary(front, MC_OR, &$$, $1, $3)); }
-| "-" expression %prec SIGN
-    { McIgnoreRefusal(front, McNodeUnary(front, MC_NEGATE, &$$, $2)); }
-| "+" expression %prec SIGN
-    { McIgnoreRefusal(front, McNodeUnary(front, MC_PLUS, &$$, $2)); }
+    { $$ = McNodeBinary(front, MC_LESS_EQUAL, $1, $3); }
+| expression "AND" expression { $$ = McNodeBinary(front, MC_AND, $1, $3); }
+| expression "OR" expression { $$ = McNodeBinary(front, MC_OR, $1, $3); }
+| "-" expression %prec SIGN { $$ = McNodeUnary(front, MC_NEGATE, $2); }
+| "+" expression %prec SIGN { $$ = McNodeUnary(front, MC_PLUS, $2); }
 ;
 
 assignment:
-  variable-reference ASSIGNOP expression
-    { McIgnoreRefusal(front, McNodeAssign(front, $2, &$$, $1.first, $3)); }
-| external-reference ASSIGNOP expression
-    { McIgnoreRefusal(front, McNodeAssign(front, $2, &$$, $1, $3)); }
+  variable-reference assign-op expression %prec ASSIGNOP
+    { $$ = McNodeAssign(front, $2, $1.first, $3); }
+| external-reference assign-op expression %prec ASSIGNOP
+    { $$ = McNodeAssign(front, $2, $1.first, $3); }
 ;
 
-// The value is the VAR node and its last child.
+// The target is complete: its node stands in front of those of the value.
+assign-op:
+  ASSIGNOP
+    {
+      (void)McNodeVar(front, $<reference>0);
+      $$ = $1;
+    }
+;
+
 variable-reference:
   variable
 | variable-reference "." IDENT
     {
       $$ = $1;
-      McIgnoreRefusal(front, McNodeRefer(front, $$.first, &$$.last, $3->text(),
-                                         0));
+      McNodeRefer(front, $$, $3->text(), McNodeNone(front));
     }
 | variable-reference "." IDENT "(" expression-args ")"
     {
       $$ = $1;
-      McIgnoreRefusal(front, McNodeRefer(front, $$.first, &$$.last, $3->text(),
-                                         $5.first));
+      McNodeRefer(front, $$, $3->text(), $5);
     }
 ;
 
 variable:
-  IDENT { $$ = {McParseVariable(front, $1, 0), 0}; }
-| IDENT "(" expression-args ")"
-    {
-      const McNodeList subscripts = $3;
-      $$ = {McParseVariable(front, $1, subscripts.first), subscripts.last};
-    }
+  IDENT { $$ = McParseVariable(front, $1, McNodeNone(front)); }
+| IDENT "(" expression-args ")" { $$ = McParseVariable(front, $1, $3); }
 ;
 
+// Its node is made at once.
 external-reference:
-  SIGILNAME { McIgnoreRefusal(front, McNodeExtern(front, $1->text(), &$$)); }
-| SIGIL "(" expression ")"
-    { McIgnoreRefusal(front, McNodeExtInd(front, char($1), &$$, $3)); }
+  SIGILNAME { $$ = {McNodeExtern(front, $1->text()), 0}; }
+| SIGIL "(" expression ")" { $$ = {McNodeExtInd(front, $1, $3), 0}; }
 ;
 
 builtin-call:
-  BUILTIN { McIgnoreRefusal(front, McNodeFunc(front, &$$, uint16_t($1), 0)); }
-| BUILTIN "(" expression-args ")"
-    {
-      McIgnoreRefusal(front, McNodeFunc(front, &$$, uint16_t($1), $3.first));
-    }
+  BUILTIN { $$ = McNodeFunc(front, $1, McNodeNone(front)); }
+| BUILTIN "(" expression-args ")" { $$ = McNodeFunc(front, $1, $3); }
 ;
 
 // Complete before any token but "(", so that an error after it comes later.
 fn-call:
   FNNAME
-    { McIgnoreRefusal(front, McNodeCall(front, &$$, $1, McCallKind::FN, 0)); }
+    { $$ = McNodeCall(front, $1, McCallKind::FN, McNodeNone(front)); }
 | FNNAME "(" argument-list ")"
-    {
-      McIgnoreRefusal(front,
-                      McNodeCall(front, &$$, $1, McCallKind::FN, $3.first));
-    }
+    { $$ = McNodeCall(front, $1, McCallKind::FN, $3); }
 ;
 
 cfn-call:
   CFNNAME
-    { McIgnoreRefusal(front, McNodeCall(front, &$$, $1, McCallKind::CFN, 0)); }
+    { $$ = McNodeCall(front, $1, McCallKind::CFN, McNodeNone(front)); }
 | CFNNAME "(" argument-list ")"
-    {
-      McIgnoreRefusal(front,
-                      McNodeCall(front, &$$, $1, McCallKind::CFN, $3.first));
-    }
+    { $$ = McNodeCall(front, $1, McCallKind::CFN, $3); }
 ;
 
 expression-args:
-  expression { $$ = {$1, $1}; }
-| expression-args "," expression
-    {
-      $$ = $1;
-      McNodeAppendSibling(front, &$$, $3);
-    }
+  expression
+| expression-args "," expression { $$ = $1; (void)$3; }
 ;
 
 message:
@@ -880,7 +846,7 @@ mask-message:
 event-handler:
   "ON" event-list "EXECUTE" "{" { McParseProgramHandler(front, $2); }
   subs main-scope body "}"
-    { McParseCloseHandler(front, $8); }
+    { McProgramSetBody(front, $8); }
 | "ON" event-list "{" { McParseAttributeHandler(front, $2); }
   attributes "}"
     { front->parse.target = nullptr; }

@@ -38,11 +38,10 @@ struct McName {
   uint16_t token;    // what the scanner makes of it, and the value that comes
   TokenValue value;  // with the token
 
-  // The variable of the current routine that has this name, while `routine`
-  // is the number of the current routine (see variables.h).
+  // The variable of the current routine that has this name, as a node names
+  // it, while `routine` is the number of the current routine.
   uint32_t routine;
-  uint16_t scope;
-  uint16_t index;
+  uint32_t variable;
 
   // The call reference of this name, while `program` is the number of the
   // current program.
