@@ -60,9 +60,9 @@ McStatements McParseAppendStatement(McFront* front,
                                     McNodeRef statement, uint32_t line);
 
 // Report an error in a statement or in a declaration, and discard tokens from
-// `*token` up to the next ";" or the end of the input, which it becomes.
-void McParseStatementError(McFront* front, int* token, TokenValue* value);
-void McParseDeclarationError(McFront* front, int* token, TokenValue* value);
+// parse.ahead on up to the next ";" or the end of the input.
+void McParseStatementError(McFront* front);
+void McParseDeclarationError(McFront* front);
 
 // Expressions (statements.cpp) ------------------------------------------------
 
@@ -86,9 +86,6 @@ McNodeRef McParseAllocated(McFront* front, const McName* name,
 
 // A parenthesised expression: a bare variable is handed on as a value.
 McNodeRef McParseParenthesised(McFront* front, McNodeRef expression);
-
-// A STRING constant of a text, which is released.
-McNodeRef McParseString(McFront* front, McTokenText* text);
 
 // Message references (message_reference.cpp) ----------------------------------
 //

@@ -43,6 +43,11 @@ struct McParse {
   bool statement_open = false;
   uint32_t statement_file = 0;
 
+  // While the parser recovers from an error: how many tokens it is away from
+  // having done so, and the next one, -1 for none.
+  int error_flag = 0;
+  McToken ahead = {};
+
   EditorList* editors = nullptr;    // of the mask definition
   UtVector<MaskObject*> objects;    // open mask objects, the innermost last
   AttributeList* target = nullptr;  // where attributes go; nullptr: the object

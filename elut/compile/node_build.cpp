@@ -36,10 +36,11 @@ McNodeRef McNodeReal(McFront* front, double value) {
   return McNodeLeaf(front, McNodeKind::REAL, index);
 }
 
-McNodeRef McNodeString(McFront* front, const char* text, uint32_t length) {
-  McProgram* program = front->compile.program;
-  const uint32_t index =
-      program->constants.add_string(&program->store->arena, text, length);
+McNodeRef McNodeString(McFront* front, McTokenText* text) {
+  bool added;
+  const uint32_t index = front->compile.program->constants.add_string(
+      text->text(), text->length, &added);
+  if (!added) McTokenTextRelease(&front->scanner.strings, text);
   return McNodeLeaf(front, McNodeKind::STRING, index);
 }
 

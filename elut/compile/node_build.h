@@ -85,8 +85,8 @@ inline McNodeRef McNodeFunc(McFront* front, int32_t function,
                     arguments);
 }
 [[nodiscard]] McNodeRef McNodeReal(McFront* front, double value);
-[[nodiscard]] McNodeRef McNodeString(McFront* front, const char* text,
-                                     uint32_t length);
+// Takes the text: one that the program has already is released.
+[[nodiscard]] McNodeRef McNodeString(McFront* front, McTokenText* text);
 [[nodiscard]] McNodeRef McNodeExtern(McFront* front, const char* name);
 [[nodiscard]] inline McNodeRef McNodeExtInd(McFront* front, uint8_t sigil,
                                             McNodeRef expression) {

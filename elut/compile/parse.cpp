@@ -4,12 +4,13 @@
 #include "elut/compile/parse.h"
 
 #include "Cutil/codes.h"
-#include "elut/compile/actions.h"
+#include "elut/compile/parser.h"
 #include "elut/compile/variables.h"
-#include "elut/grammar.h"
 
-void McParsePrepare(McFront* front, uint16_t mode, McProgram* program) {
+void McParsePrepare(McFront* front, uint16_t mode, McStore* store,
+                    McProgram* program) {
   front->scanner.error_code = RC_OK;
+  front->scanner.strings.arena = &store->arena;
   McParse& parse = front->parse;
   parse.mode = mode;
   parse.statement_open = false;
@@ -23,7 +24,7 @@ void McParsePrepare(McFront* front, uint16_t mode, McProgram* program) {
 }
 
 int McParseRun(McFront* front) {
-  const bool failed = McYyparse(front) != 0;
+  const bool failed = !McYyParse(front);
   if (front->parse.mask_limit) return RC_INVALID;
   const int code = front->scanner.error_code;
   return failed && code == RC_OK ? int{RC_PARSE_FAILED} : code;
@@ -32,14 +33,15 @@ int McParseRun(McFront* front) {
 int McParseProgram(McFront* front, McProgram* program) {
   return UtGuarded([&] {
     McProgramInit(program);
-    McParsePrepare(front, PARSE_PROGRAM | PARSE_MODULE, program);
+    McParsePrepare(front, PARSE_PROGRAM | PARSE_MODULE, program->store,
+                   program);
     return McParseRun(front);
   });
 }
 
 int MaskParseDefinition(McFront* front, EditorList* list) {
   return UtGuarded([&] {
-    McParsePrepare(front, PARSE_MASK, nullptr);
+    McParsePrepare(front, PARSE_MASK, &list->store, nullptr);
     front->parse.editors = list;
     return McParseRun(front);
   });

@@ -24,7 +24,9 @@
 // For other entries (parse_text.h) ------------------------------------------
 
 // Prepares what all entries have in common, with `program`, or none, current.
-void McParsePrepare(McFront* front, uint16_t mode, McProgram* program);
+// Names and texts go to `store`, which outlives the front or the program.
+void McParsePrepare(McFront* front, uint16_t mode, McStore* store,
+                    McProgram* program);
 
 // Runs the parser over what is left of the input and turns its outcome into the
 // code of the entry.

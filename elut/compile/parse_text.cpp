@@ -9,7 +9,7 @@ int McParseProgramText(McFront* front, const char* text, McProgram* program,
                        McTree* body) {
   *body = {};
   return UtGuarded([&] {
-    McParsePrepare(front, PARSE_PROGRAM, program);
+    McParsePrepare(front, PARSE_PROGRAM, program->store, program);
     McSrcSetText(&front->scanner.source, text);
     front->compile.body_slot = body;
     return McParseRun(front);
@@ -20,7 +20,7 @@ int MaskParseHandlerText(McFront* front, const char* text, EditorList* list,
                          MaskObject** holder) {
   *holder = nullptr;
   return UtGuarded([&] {
-    McParsePrepare(front, PARSE_HANDLER, nullptr);
+    McParsePrepare(front, PARSE_HANDLER, &list->store, nullptr);
     McSrcSetText(&front->scanner.source, text);
     front->parse.editors = list;
     MaskObject* placeholder =
@@ -34,28 +34,24 @@ int MaskParseHandlerText(McFront* front, const char* text, EditorList* list,
 }
 
 int MaskParseHandlerText(McFront* front, const char* text, const char* location,
-                         UtPtr<McProgram>* program) {
-  program->reset();
+                         EditorList* list, McProgram** program) {
+  *program = nullptr;
   if (text == nullptr) return RC_OK;
   front->scanner.text = text;
   front->scanner.location = location;
-  EditorList list(&front->run->attribute_names);
   MaskObject* holder;
-  const int code = MaskParseHandlerText(front, text, &list, &holder);
+  const int code = MaskParseHandlerText(front, text, list, &holder);
   front->scanner.text = front->scanner.location = nullptr;
-  if (code == RC_OK && holder->handlers.count > 0) {
-    EventHandler* handler = &holder->handlers.entries[0];
-    if (handler->kind == HandlerKind::PROGRAM)
-      program->reset(std::exchange(handler->program, nullptr));
-  }
-  // The list goes, and what is in it with it.
-  McCompileEnter(front, nullptr);
+  if (code == RC_OK && holder->handlers.count > 0 &&
+      holder->handlers.entries[0].kind == HandlerKind::PROGRAM)
+    *program = holder->handlers.entries[0].program;
   return code;
 }
 
 int McParseExpressionList(McFront* front) {
   return UtGuarded([&] {
-    McParsePrepare(front, PARSE_EXPRESSION_LIST, nullptr);
+    McParsePrepare(front, PARSE_EXPRESSION_LIST, front->compile.scratch.store,
+                   nullptr);
     return McParseRun(front);
   });
 }

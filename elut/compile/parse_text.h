@@ -19,11 +19,12 @@
                                        EditorList* list, MaskObject** holder);
 
 // The same for an EXECUTE handler: hands out its program, or none for another
-// kind. `location` is "name (line)", the place after the text; reports show
-// that name, and the line less the line feeds of the text. No text is no error.
+// kind; it stays in the list. `location` is "name (line)", the place after the
+// text; reports show that name, and the line less the line feeds of the text.
+// No text is no error.
 [[nodiscard]] int MaskParseHandlerText(McFront* front, const char* text,
-                                       const char* location,
-                                       UtPtr<McProgram>* program);
+                                       const char* location, EditorList* list,
+                                       McProgram** program);
 
 // Expressions separated by commas, from what the front's source holds. Checks
 // the syntax only.

@@ -12,10 +12,11 @@
 
 namespace {
 
-// Discards tokens up to the next ";", which `*token` becomes, or the end.
-void SkipStatement(McFront* front, int* token, TokenValue* value) {
-  while (*token != TOKEN_SEMICOLON && *token != TOKEN_END_OF_INPUT)
-    *token = McLex(&front->scanner, value);
+// Discards tokens up to the next ";", or the end.
+void SkipStatement(McFront* front) {
+  McToken* ahead = &front->parse.ahead;
+  while (ahead->token != TOKEN_SEMICOLON && ahead->token != TOKEN_END_OF_INPUT)
+    *ahead = McLex(&front->scanner);
 }
 
 bool BeginsStatement(int token) {
@@ -75,7 +76,7 @@ McStatements McParseAppendStatement(McFront* front,
   return {statements.first, statements.is_block || !McIsNone(front, statement)};
 }
 
-void McParseStatementError(McFront* front, int* token, TokenValue* value) {
+void McParseStatementError(McFront* front) {
   McParse& parse = front->parse;
   const McSrcPlace place = McSrcPosition(front->scanner.source);
   const bool open = std::exchange(parse.statement_open, false);
@@ -88,12 +89,12 @@ void McParseStatementError(McFront* front, int* token, TokenValue* value) {
                  TEXT_SYNTAX_ERROR, static_cast<int>(line), text.c_str());
   }
   front->scanner.error_code = RC_SYNTAX;
-  SkipStatement(front, token, value);
+  SkipStatement(front);
 }
 
-void McParseDeclarationError(McFront* front, int* token, TokenValue* value) {
+void McParseDeclarationError(McFront* front) {
   McParseFail(&front->scanner, RC_DECLARATION, TEXT_DECLARATION);
-  SkipStatement(front, token, value);
+  SkipStatement(front);
 }
 
 void McParseUndefined(McFront* front, const McName* name) {
@@ -120,10 +121,4 @@ McNodeRef McParseParenthesised(McFront* front, McNodeRef expression) {
       nodes[nodes.count() - 1].kind() != McNodeKind::VAR)
     return expression;
   return McNodeUnary(front, MC_VALUE, expression);
-}
-
-McNodeRef McParseString(McFront* front, McTokenText* text) {
-  const McNodeRef constant = McNodeString(front, text->text(), text->length);
-  McTokenTextRelease(&front->scanner.strings, text);
-  return constant;
 }

@@ -1,6 +1,7 @@
 // The table of a selector is the only place where a variable is; its name only
-// points there. Bounds are evaluated before anything is added, so that a bound
-// that fails leaves no trace.
+// points there. The text of a name lies in the store of the program already.
+// Bounds are evaluated before anything is added, so that a bound that fails
+// leaves no trace.
 #include "elut/compile/variables.h"
 
 #include <algorithm>
@@ -33,6 +34,10 @@ void Note(McFront* front, McName* name, McScope scope, size_t index) {
   name->variable = McPayloadOf(scope, static_cast<uint16_t>(index));
 }
 
+McName* NameOf(McFront* front, const char* text) {
+  return McNameSearch(&front->scanner.strings, text, strlen(text));
+}
+
 UtVector<McCommon>& Commons(McFront* front) {
   return front->compile.sub != nullptr ? front->compile.sub->commons
                                        : front->compile.program->commons;
@@ -41,7 +46,7 @@ UtVector<McCommon>& Commons(McFront* front) {
 void NoteTable(McFront* front, const McVarTable& table, McScope scope) {
   for (size_t i = 0; i < table.entries.size(); i++) {
     if (table.entries[i].name == nullptr) continue;
-    McName* name = McNameIntern(&front->scanner.strings, table.entries[i].name);
+    McName* name = NameOf(front, table.entries[i].name);
     Note(front, name, scope, i);
   }
 }
@@ -65,7 +70,7 @@ McName* NameOfCall(McFront* front, const McCallRef& call) {
   static constexpr const char* PREFIXES[] = {"", "", "FN", "CFN"};
   UtString name = PREFIXES[static_cast<int>(call.kind)];
   name += call.name;
-  return McNameIntern(&front->scanner.strings, name.c_str());
+  return NameOf(front, name.c_str());
 }
 
 // Evaluates a bound and converts it to `type`.
@@ -141,27 +146,14 @@ class BoundTrees {
   McNodeRef end_;
 };
 
-// The text of a name in the arena of the program, where equal names of the
-// program's routines share it.
-const char* StoredName(McFront* front, McName* name) {
-  if (name->length == 0) return nullptr;
-  if (name->stored_in != front->compile.program_number) {
-    name->stored =
-        front->compile.program->store->arena.copy(name->text(), name->length);
-    name->stored_in = front->compile.program_number;
-  }
-  return name->stored;
-}
-
 // Adds a scalar of the current type without a range; `*added` is valid until
 // the next one.
 int AddVariable(McFront* front, McVarTable* table, McName* name,
                 McVar** added) {
   if (table->entries.size() >= MC_TABLE_LIMIT) return RC_TABLE_FULL;
-  const char* text = StoredName(front, name);
   if (table->entries.empty()) table->entries.reserve(FIRST_VARIABLES);
-  table->entries.push_back(
-      {text, nullptr, nullptr, front->compile.type, McStorage::VALUE, 0});
+  table->entries.push_back({name->text(), nullptr, nullptr, front->compile.type,
+                            McStorage::VALUE, 0});
   *added = &table->entries.back();
   Note(front, name, front->compile.scope, table->entries.size() - 1);
   return RC_OK;

@@ -57,7 +57,7 @@ void McConstants::make_room() {
   index_.make_room(32);
 }
 
-uint32_t McConstants::add(UtArena* arena, McConstant constant) {
+uint32_t McConstants::add(const McConstant& constant) {
   UtNumbered* slot = nullptr;
   uint32_t hash = 0;
   if (count() < FEW_ENTRIES) {
@@ -69,8 +69,6 @@ uint32_t McConstants::add(UtArena* arena, McConstant constant) {
     slot = slot_of(constant, hash);
     if (!slot->empty()) return slot->number();
   }
-  if (constant.type == McValueType::STRING)
-    constant.text = arena->copy(constant.text, constant.length);
   entries_.push_back(constant);
   const uint32_t index = count() - 1;
   if (slot != nullptr) {
@@ -84,14 +82,17 @@ uint32_t McConstants::add_real(double real) {
   McConstant constant = {};
   constant.type = McValueType::REAL;
   constant.real = real;
-  return add(nullptr, constant);
+  return add(constant);
 }
 
-uint32_t McConstants::add_string(UtArena* arena, const char* text,
-                                 uint32_t length) {
+uint32_t McConstants::add_string(const char* text, uint32_t length,
+                                 bool* added) {
   McConstant constant = {};
   constant.type = McValueType::STRING;
   constant.length = length;
   constant.text = text;
-  return add(arena, constant);
+  const uint32_t before = count();
+  const uint32_t index = add(constant);
+  *added = count() != before;
+  return index;
 }

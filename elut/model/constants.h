@@ -8,7 +8,6 @@
 
 #include <cstdint>
 
-#include "Cutil/ut_arena.h"
 #include "Cutil/ut_index.h"
 #include "Cutil/ut_memory.h"
 #include "elut/model/value.h"
@@ -24,11 +23,12 @@ struct McConstant {
 
 class McConstants {
  public:
-  // The index of the constant, which is added when there is no equal one; the
-  // text is copied. Throw bad_alloc, with the table as it was.
+  // The index of the constant, which is added when there is no equal one; then
+  // `*added` is true and the text is used as it stands, as long as the program.
+  // Throw bad_alloc, with the table as it was.
   [[nodiscard]] uint32_t add_real(double real);
-  [[nodiscard]] uint32_t add_string(UtArena* arena, const char* text,
-                                    uint32_t length);
+  [[nodiscard]] uint32_t add_string(const char* text, uint32_t length,
+                                    bool* added);
 
   // Appends a constant as it was read from a file, whether there is an equal
   // one or not; its text stays where it is. Throws bad_alloc.
@@ -38,7 +38,7 @@ class McConstants {
   const McConstant& operator[](uint32_t index) const { return entries_[index]; }
 
  private:
-  uint32_t add(UtArena* arena, McConstant constant);
+  uint32_t add(const McConstant& constant);
   void make_room();
   void enter(uint32_t index);
   UtNumbered* slot_of(const McConstant& constant, uint32_t hash);

@@ -1,84 +1,57 @@
 // The grammar of programs, modules and mask definitions.
 //
-// An action is one call: builders of the program model (node_build.h,
-// variables.h) or decisions of the parser (parse_state.h). The line of a
-// statement, and which fault is reported first, depend on when the parser asks
-// for a token. So the tables keep their default reductions, and actions in the
-// middle of a rule stand exactly where they take effect.
+// An action is one call: a builder of the program model (node_build.h,
+// variables.h) or a decision of the parser (actions.h). It writes $$ last, since
+// $$ takes the place of $1. The line of a statement, and which fault is reported
+// first, depend on when the parser asks for a token. So the tables keep their
+// default reductions, and actions in the middle of a rule stand exactly where
+// they take effect.
 
-%code requires {
-struct McFront;
-union McSemantic;
-}
-
-%code {
-#include "Cutil/codes.h"
-#include "elut/compile/actions.h"
-#include "elut/compile/node_build.h"
-#include "elut/compile/variables.h"
-#include "elut/syntax/lexer.h"
-
-namespace {
-
-int yylex(McSemantic* value, McFront* front) {
-  return McLex(&front->scanner, &value->token);
-}
-
-void yyerror(McFront* front, const char* what) {
-  // The parser's own word for it tells users little.
-  if (what[0] == 'm') what = "yacc stack overflow";
-  McParseError(&front->scanner, front->scanner.error_code, "%s", what);
-}
-
-}  // namespace
-
-// The stacks hold 150 entries and do not grow: the parser refuses an entry once
-// that many are in use, and checks after it has stored one.
-#define YYINITDEPTH 151
-#define YYMAXDEPTH 151
-}
-
-%define api.prefix {McYy}
-%define api.pure full
+%skeleton "./grammar.m4"
 %define api.token.prefix {TOKEN_}
 %define api.token.raw
+%define api.symbol.prefix {SYMBOL_}
 %define api.value.type {union McSemantic}
-%param {McFront* front}
 %expect 0
 
 // Tokens -------------------------------------------------------------------
 
+// What operands and operators are made of comes first: where they meet, a
+// parser then looks at a small range of numbers.
+
 %token END_OF_INPUT 0 "end of input"
-%token ABORT "ABORT" ACTIVATE "ACTIVATE" ALLOCATE "ALLOCATE" AND "AND"
-%token APPLICATION "APPLICATION" BREAK "BREAK" BUTTON "BUTTON" CALL "CALL"
-%token CASE "CASE" COMMON "COMMON" COMPUTE "COMPUTE" CONFIRM "CONFIRM"
-%token CONTINUE "CONTINUE" CONTROL "CONTROL" CREATE "CREATE" CSUB "CSUB"
-%token DESTROY "DESTROY" DIALOG "DIALOG" DIV "DIV" DO "DO" ELSE "ELSE"
-%token END "END" ENTER "ENTER" EXECUTE "EXECUTE" EXIT "EXIT" FILE "FILE"
-%token FREE "FREE" FROM "FROM" GRAPHIC "GRAPHIC" GROUP "GROUP" HELP "HELP"
-%token HIDE "HIDE" IF "IF" IMPORT "IMPORT" INCLUDE "INCLUDE"
-%token INTEGER "INTEGER" ITEM "ITEM" KEY "KEY" LABEL "LABEL" LET "LET"
-%token MENU "MENU" MENUBAR "MENUBAR" MOD "MOD" MODIFY "MODIFY"
-%token MODULE "MODULE" MOTION "MOTION" MSG "MSG" MSGFILE "MSGFILE"
-%token MSGGET "MSGGET" MSGGLOB "MSGGLOB" ON "ON" OPTIONAL "OPTIONAL" OR "OR"
-%token POINT "POINT" PRESS "PRESS" PRINT "PRINT" PROGRAM "PROGRAM"
-%token REAL "REAL" RECORD "RECORD" RELEASE "RELEASE" RETURN "RETURN"
-%token SCROLLBAR "SCROLLBAR" SELECT "SELECT" SHOW "SHOW" STRING "STRING"
-%token SUB "SUB" SUBEND "SUBEND" SUBEXIT "SUBEXIT" TABLE "TABLE" TEXT "TEXT"
-%token THEN "THEN" TO "TO" WHILE "WHILE" WINDOW "WINDOW" WITH "WITH"
-
-%token COLON ":" SEMICOLON ";" COMMA "," DOT "."
-%token LEFT_BRACKET "[" RIGHT_BRACKET "]" LEFT_PAREN "(" RIGHT_PAREN ")"
-%token LEFT_BRACE "{" RIGHT_BRACE "}"
-%token PLUS "+" MINUS "-" STAR "*" SLASH "/" POWER "**"
+%token SEMICOLON ";" COMMA "," RIGHT_PAREN ")" DOT "." LEFT_PAREN "("
+%token PLUS "+" MINUS "-" STAR "*" SLASH "/" MOD "MOD" DIV "DIV" POWER "**"
 %token EQUAL "==" NOT_EQUAL "<>" GREATER ">" GREATER_EQUAL ">=" LESS "<"
-%token LESS_EQUAL "<="
-
+%token LESS_EQUAL "<=" AND "AND" OR "OR"
+%token <token.code> ASSIGNOP
+%token THEN "THEN" DO "DO" TO "TO" COLON ":" RIGHT_BRACKET "]"
 %token <token.name> IDENT FNNAME CFNNAME SIGILNAME
-%token <token.text> SCONST
 %token <token.integer> ICONST BUILTIN
 %token <token.real> RCONST
-%token <token.code> ASSIGNOP SIGIL
+%token <token.text> SCONST
+%token <token.code> SIGIL
+%token MSG "MSG" MSGGET "MSGGET"
+
+%token LET "LET" CALL "CALL" IF "IF" PRINT "PRINT" WHILE "WHILE"
+%token SELECT "SELECT" RETURN "RETURN" EXIT "EXIT" BREAK "BREAK"
+%token CONTINUE "CONTINUE" SUBEXIT "SUBEXIT" ALLOCATE "ALLOCATE" FREE "FREE"
+%token END "END" ELSE "ELSE" CASE "CASE" SUBEND "SUBEND" SUB "SUB"
+
+%token COMMON "COMMON" CSUB "CSUB" FILE "FILE" FROM "FROM" IMPORT "IMPORT"
+%token INCLUDE "INCLUDE" INTEGER "INTEGER" MODULE "MODULE"
+%token OPTIONAL "OPTIONAL" POINT "POINT" PROGRAM "PROGRAM" REAL "REAL"
+%token STRING "STRING" LEFT_BRACKET "["
+
+%token LEFT_BRACE "{" RIGHT_BRACE "}" ABORT "ABORT" ACTIVATE "ACTIVATE"
+%token APPLICATION "APPLICATION" BUTTON "BUTTON" COMPUTE "COMPUTE"
+%token CONFIRM "CONFIRM" CONTROL "CONTROL" CREATE "CREATE" DESTROY "DESTROY"
+%token DIALOG "DIALOG" ENTER "ENTER" EXECUTE "EXECUTE" GRAPHIC "GRAPHIC"
+%token GROUP "GROUP" HELP "HELP" HIDE "HIDE" ITEM "ITEM" KEY "KEY"
+%token LABEL "LABEL" MENU "MENU" MENUBAR "MENUBAR" MODIFY "MODIFY"
+%token MOTION "MOTION" MSGFILE "MSGFILE" MSGGLOB "MSGGLOB" ON "ON"
+%token PRESS "PRESS" RECORD "RECORD" RELEASE "RELEASE" SCROLLBAR "SCROLLBAR"
+%token SHOW "SHOW" TABLE "TABLE" TEXT "TEXT" WINDOW "WINDOW" WITH "WITH"
 
 // From the loosest to the tightest binding.
 %precedence ASSIGNOP
@@ -92,18 +65,18 @@ void yyerror(McFront* front, const char* what) {
 %precedence SIGN  // of an operand
 
 %type <node> expression assignment body statement else
-%type <node> builtin-call fn-call cfn-call
-%type <node> argument case-label dimension allocate-item free-item case-clause
-%type <node> expression-args argument-list dimension-list
-%type <node> case-clauses case-labels allocate-items free-items
-%type <reference> variable variable-reference external-reference
-%type <statements> statement-list
-%type <text> message attribute-text plain-text mask-message
-%type <number> star-list statement-begin key import-kind
-%type <op> relation assign-op
-%type <chars> object-name
-%type <event> event event-list
-%type <type> simple-type menu-type
+%type <node> builtin_call fn_call cfn_call
+%type <node> argument case_label dimension allocate_item free_item case_clause
+%type <node> expression_args argument_list dimension_list
+%type <node> case_clauses case_labels allocate_items free_items
+%type <reference> variable variable_reference external_reference
+%type <statements> statement_list
+%type <text> message attribute_text plain_text mask_message
+%type <number> star_list statement_begin key import_kind
+%type <op> relation assign_op
+%type <chars> object_name
+%type <event> event event_list
+%type <type> simple_type menu_type
 
 // What was built for a symbol that an error discards goes with it.
 %destructor { McNodesOf(front).cut($$); } <node>
@@ -116,20 +89,20 @@ void yyerror(McFront* front, const char* what) {
 // Top level ----------------------------------------------------------------
 
 input:
-  expression-list
+  expression_list
 | program
 | module
-| handler-check event-handler
-| mask-check masks
+| handler_check event_handler
+| mask_check masks
 ;
 
-expression-list:
-  expression expression-check { McNodesOf(front).cut($1); }
-| expression-list "," expression expression-check
+expression_list:
+  expression expression_check { McNodesOf(front).cut($1); }
+| expression_list "," expression expression_check
     { McNodesOf(front).cut($3); }
 ;
 
-expression-check: %empty
+expression_check: %empty
     {
       if (!McParseCheckMode(front, PARSE_EXPRESSION_LIST, RC_NO_EXPRESSIONS)) YYERROR;
     }
@@ -138,11 +111,11 @@ expression-check: %empty
 // No token but the first ones of the other forms leads anywhere else, so an
 // input that begins with anything ends up here, and is refused unless it may be
 // a mask definition.
-mask-check: %empty
+mask_check: %empty
     { if (!McParseCheckMode(front, PARSE_MASK, RC_NO_MASK)) YYERROR; }
 ;
 
-handler-check: %empty
+handler_check: %empty
     { if (!McParseCheckMode(front, PARSE_HANDLER, RC_NO_HANDLER)) YYERROR; }
 ;
 
@@ -152,26 +125,26 @@ program:
       if (!McParseCheckMode(front, PARSE_PROGRAM, RC_NO_PROGRAM)) YYERROR;
       McProgramSetName(front, $2->text());
     }
-  imports subs main-scope body
+  imports subs main_scope body
     { McProgramSetBody(front, $8); }
 ;
 
 module:
   "MODULE" IDENT ";"
     { if (!McParseCheckMode(front, PARSE_MODULE, RC_NO_MODULE)) YYERROR; }
-  imports sub-section
+  imports sub_section
     {
       McIgnoreRefusal(front, McSubEnter(front, nullptr));
       McProgramSetName(front, $2->text());
     }
 ;
 
-main-scope: %empty { McIgnoreRefusal(front, McSubEnter(front, nullptr)); } ;
+main_scope: %empty { McIgnoreRefusal(front, McSubEnter(front, nullptr)); } ;
 
 // A stray END, SUBEND or "}" ends a body, and with it the parse.
 body:
-  statement-list { $$ = McNodeStatements(front, $1); }
-| declaration-list statement-list { $$ = McNodeStatements(front, $2); }
+  statement_list { $$ = McNodeStatements(front, $1); }
+| declaration_list statement_list { $$ = McNodeStatements(front, $2); }
 ;
 
 // Imports and includes -----------------------------------------------------
@@ -182,39 +155,39 @@ imports:
 ;
 
 import:
-  import-kind name-list
+  import_kind name_list
     { McParseImport(front, uint8_t($1), nullptr, nullptr, nullptr); }
-| import-kind name-list "FROM" IDENT
+| import_kind name_list "FROM" IDENT
     { McParseImport(front, uint8_t($1), $4->text(), nullptr, nullptr); }
-| import-kind name-list "FROM" IDENT "MODULE" IDENT
+| import_kind name_list "FROM" IDENT "MODULE" IDENT
     { McParseImport(front, uint8_t($1), $4->text(), $6->text(), nullptr); }
-| import-kind name-list "FROM" "FILE" SCONST
+| import_kind name_list "FROM" "FILE" SCONST
     {
       McParseImport(front, uint8_t($1), nullptr, nullptr, $5->text());
       McTokenTextRelease(&front->scanner.strings, $5);
     }
 ;
 
-import-kind:
+import_kind:
   "IMPORT" { $$ = MC_IMPORT_MACRO; }
 | "IMPORT" "CSUB" { $$ = MC_IMPORT_CSUB; }
 ;
 
-name-list:
+name_list:
   IDENT { McParseBeginNames(front, $1); }
-| name-list "," IDENT { McParseAddName(front, $3); }
+| name_list "," IDENT { McParseAddName(front, $3); }
 ;
 
 subs:
   %empty
-| sub-section
+| sub_section
 ;
 
-sub-section:
-  sub-definition
+sub_section:
+  sub_definition
 | include
-| sub-section sub-definition
-| sub-section include
+| sub_section sub_definition
+| sub_section include
 ;
 
 // Reduced before the token behind the ";" is read, which is the first one of
@@ -229,18 +202,18 @@ include:
 
 // SUBs ---------------------------------------------------------------------
 
-sub-definition:
+sub_definition:
   "SUB" IDENT
     {
       McIgnoreRefusal(front, McSubEnter(front, $2->text()));
       front->compile.scope = MC_SCOPE_PARAMETER;
     }
   parameters { front->compile.scope = MC_SCOPE_LOCAL; }
-  body sub-end
+  body sub_end
     { McProgramSetBody(front, $6); }
 ;
 
-sub-end:
+sub_end:
   "SUBEND"
 | "END" "SUB"
 ;
@@ -248,19 +221,19 @@ sub-end:
 // OPTIONAL changes nothing: the required argument count stays 0.
 parameters:
   %empty
-| "(" parameter-groups ")"
-| "(" "OPTIONAL" parameter-groups ")"
-| "(" parameter-groups ";" "OPTIONAL" parameter-groups ")"
+| "(" parameter_groups ")"
+| "(" "OPTIONAL" parameter_groups ")"
+| "(" parameter_groups ";" "OPTIONAL" parameter_groups ")"
 ;
 
-parameter-groups:
-  parameter-group
-| parameter-groups ";" parameter-group
+parameter_groups:
+  parameter_group
+| parameter_groups ";" parameter_group
 ;
 
-parameter-group:
-  type-keyword parameter
-| parameter-group "," parameter
+parameter_group:
+  type_keyword parameter
+| parameter_group "," parameter
 ;
 
 parameter:
@@ -269,47 +242,47 @@ parameter:
       const McNodeRef none = McNodeNone(front);
       McIgnoreRefusal(front, McVarDeclare(front, $1, {none, none, none}));
     }
-| IDENT "(" star-list ")"
+| IDENT "(" star_list ")"
     {
       McIgnoreRefusal(front, 
           McVarDeclareRef(front, $1, $3));
     }
 ;
 
-star-list:
+star_list:
   "*" { $$ = 1; }
-| star-list "," "*" { $$ = $1 + 1; }
+| star_list "," "*" { $$ = $1 + 1; }
 ;
 
 // Declarations -------------------------------------------------------------
 
-declaration-list:
+declaration_list:
   declaration
-| declaration-list declaration
+| declaration_list declaration
 ;
 
 declaration:
-  variable-declaration
+  variable_declaration
 | "COMMON" IDENT { McIgnoreRefusal(front, McCommonDeclare(front, $2->text())); }
-  variable-declarations "END" "COMMON"
+  variable_declarations "END" "COMMON"
     { front->compile.scope = MC_SCOPE_LOCAL; }
 ;
 
-variable-declarations:
-  variable-declaration
-| variable-declarations variable-declaration
+variable_declarations:
+  variable_declaration
+| variable_declarations variable_declaration
 ;
 
-variable-declaration:
-  type-keyword declarators ";"
-| type-keyword error declaration-error ";"
+variable_declaration:
+  type_keyword declarators ";"
+| type_keyword error declaration_error ";"
 ;
 
-declaration-error: %empty
-    { McParseDeclarationError(front, &yychar, &yylval.token); }
+declaration_error: %empty
+    { McParseDeclarationError(front); }
 ;
 
-type-keyword:
+type_keyword:
   "INTEGER" { front->compile.type = McValueType::INTEGER; }
 | "REAL" { front->compile.type = McValueType::REAL; }
 | "STRING" { front->compile.type = McValueType::STRING; }
@@ -333,17 +306,17 @@ declarator:
       McIgnoreRefusal(front,
                       McVarDeclare(front, $1, {$3, $5, McNodeNone(front)}));
     }
-| IDENT "[" expression ":" expression "]" "(" dimension-list ")"
+| IDENT "[" expression ":" expression "]" "(" dimension_list ")"
     { McIgnoreRefusal(front, McVarDeclare(front, $1, {$3, $5, $8})); }
-| IDENT "(" dimension-list ")"
+| IDENT "(" dimension_list ")"
     { McIgnoreRefusal(front, McVarDeclare(front, $1, {$3, $3, $3})); }
-| IDENT "(" star-list ")"
+| IDENT "(" star_list ")"
     {
       const McNodeRef none = McNodeNone(front);
       McIgnoreRefusal(front,
                       McVarDeclareDynamic(front, $1, $3, {none, none, none}));
     }
-| IDENT "[" expression ":" expression "]" "(" star-list ")"
+| IDENT "[" expression ":" expression "]" "(" star_list ")"
     {
       McIgnoreRefusal(front, McVarDeclareDynamic(front, $1, $8,
                                                  {$3, $5, McNodeNone(front)}));
@@ -351,9 +324,9 @@ declarator:
 ;
 
 // A list of trees begins where its first one does.
-dimension-list:
+dimension_list:
   dimension
-| dimension-list "," dimension { $$ = $1; (void)$3; }
+| dimension_list "," dimension { $$ = $1; (void)$3; }
 ;
 
 dimension:
@@ -363,71 +336,69 @@ dimension:
 
 // Statements ---------------------------------------------------------------
 
-statement-list:
-  statement-begin statement
+statement_list:
+  statement_begin statement
     { $$ = McParseBeginList(front, $2, $1); }
-| statement-list statement-begin statement
+| statement_list statement_begin statement
     { $$ = McParseAppendStatement(front, $1, $3, $2); }
-| error statement-error ";"
+| error statement_error ";"
     {
       $$ = McParseBeginList(front, McNodeNone(front), 0);
-      yyerrok;
-      yyclearin;
+      front->parse.error_flag = 0;
     }
-| statement-list error statement-error ";"
+| statement_list error statement_error ";"
     {
       $$ = $1;
-      yyerrok;
-      yyclearin;
+      front->parse.error_flag = 0;
     }
 ;
 
-statement-begin: %empty { $$ = McParseBeginStatement(front, yychar); } ;
+statement_begin: %empty { $$ = McParseBeginStatement(front, yychar); } ;
 
-statement-error: %empty
-    { McParseStatementError(front, &yychar, &yylval.token); }
+statement_error: %empty
+    { McParseStatementError(front); }
 ;
 
 statement:
   ";" { $$ = McNodeNone(front); }
 | assignment ";"
 | "LET" assignment ";" { $$ = $2; }
-| cfn-call ";"
-| "WHILE" expression "DO" statement-list "END" "WHILE"
+| cfn_call ";"
+| "WHILE" expression "DO" statement_list "END" "WHILE"
     {
       $$ = McNodeOverTwo(front, McNodeKind::WHILE, 0, $2,
                          McNodeStatements(front, $4));
     }
-| "IF" expression "THEN" statement-list "END" "IF"
+| "IF" expression "THEN" statement_list "END" "IF"
     {
       $$ = McNodeOverTwo(front, McNodeKind::IF, 0, $2,
                          McNodeStatements(front, $4));
     }
-| "IF" expression "THEN" statement-list else statement-list "END" "IF"
+| "IF" expression "THEN" statement_list else statement_list "END" "IF"
     {
       (void)McNodeStatements(front, $6);
       $$ = McNodeOverTwo(front, McNodeKind::IF, 0, $2, $5);
       (void)$4;
     }
-| "SELECT" expression ";" case-clauses "END" "SELECT"
+| "SELECT" expression ";" case_clauses "END" "SELECT"
     { $$ = McNodeOverTwo(front, McNodeKind::SELECT, 0, $2, $4); }
-| "SELECT" expression ";" case-clauses "CASE" "ELSE" statement-list "END"
+| "SELECT" expression ";" case_clauses "CASE" "ELSE" statement_list "END"
   "SELECT"
     {
       (void)McNodeStatements(front, $7);
       $$ = McNodeOverTwo(front, McNodeKind::SELECT, 0, $2, $4);
     }
-| "ALLOCATE" allocate-items ";"
+| "ALLOCATE" allocate_items ";"
     { $$ = McNodeOver(front, McNodeKind::ALLOC, 0, $2); }
-| "FREE" free-items ";"
+| "FREE" free_items ";"
     { $$ = McNodeOver(front, McNodeKind::FREE, 0, $2); }
 | "CALL" IDENT ";"
     { $$ = McNodeCall(front, $2, McCallKind::SUB, McNodeNone(front)); }
-| "CALL" IDENT "(" argument-list ")" ";"
+| "CALL" IDENT "(" argument_list ")" ";"
     { $$ = McNodeCall(front, $2, McCallKind::SUB, $4); }
 | "PRINT" ";"
     { $$ = McNodeOver(front, McNodeKind::PRINT, 0, McNodeNone(front)); }
-| "PRINT" argument-list ";"
+| "PRINT" argument_list ";"
     { $$ = McNodeOver(front, McNodeKind::PRINT, 0, $2); }
 | "RETURN" expression ";"
     { $$ = McNodeOver(front, McNodeKind::RETURN, 0, $2); }
@@ -441,43 +412,43 @@ statement:
 // Ends the statements in front of it, before those after it are built.
 else: "ELSE" { $$ = McNodeStatements(front, $<statements>0); } ;
 
-allocate-items:
-  allocate-item
-| allocate-items "," allocate-item { $$ = $1; (void)$3; }
+allocate_items:
+  allocate_item
+| allocate_items "," allocate_item { $$ = $1; (void)$3; }
 ;
 
-allocate-item:
-  IDENT "(" dimension-list ")" { $$ = McParseAllocated(front, $1, $3); }
+allocate_item:
+  IDENT "(" dimension_list ")" { $$ = McParseAllocated(front, $1, $3); }
 ;
 
-free-items:
-  free-item
-| free-items "," free-item { $$ = $1; (void)$3; }
+free_items:
+  free_item
+| free_items "," free_item { $$ = $1; (void)$3; }
 ;
 
-free-item:
+free_item:
   IDENT
     {
       $$ = McNodeVar(front, McParseVariable(front, $1, McNodeNone(front)));
     }
 ;
 
-case-clauses:
-  case-clause
-| case-clauses case-clause { $$ = $1; (void)$2; }
+case_clauses:
+  case_clause
+| case_clauses case_clause { $$ = $1; (void)$2; }
 ;
 
-case-clause:
-  "CASE" case-labels ";" statement-list
+case_clause:
+  "CASE" case_labels ";" statement_list
     { $$ = McNodeCase(front, $2, McNodeStatements(front, $4)); }
 ;
 
-case-labels:
-  case-label
-| case-labels "," case-label { $$ = $1; (void)$3; }
+case_labels:
+  case_label
+| case_labels "," case_label { $$ = $1; (void)$3; }
 ;
 
-case-label:
+case_label:
   relation expression { $$ = McNodeTest(front, $1, $2); }
 | expression { $$ = McNodeTest(front, MC_EQUAL, $1); }
 | expression "TO" expression { $$ = McNodeBinary(front, MC_RANGE, $1, $3); }
@@ -492,9 +463,9 @@ relation:
 | "<>" { $$ = MC_NOT_EQUAL; }
 ;
 
-argument-list:
+argument_list:
   argument
-| argument-list "," argument { $$ = $1; (void)$3; }
+| argument_list "," argument { $$ = $1; (void)$3; }
 ;
 
 // An argument is an expression, or a whole array by reference.
@@ -506,16 +477,16 @@ argument:
 // Expressions --------------------------------------------------------------
 
 expression:
-  variable-reference { $$ = McNodeVar(front, $1); }
-| external-reference { $$ = $1.first; }
+  variable_reference { $$ = McNodeVar(front, $1); }
+| external_reference { $$ = $1.first; }
 | ICONST { $$ = McNodeInt(front, $1); }
 | RCONST { $$ = McNodeReal(front, $1); }
-| SCONST { $$ = McParseString(front, $1); }
-| message { $$ = McParseString(front, $1); }
+| SCONST { $$ = McNodeString(front, $1); }
+| message { $$ = McNodeString(front, $1); }
 | assignment
-| builtin-call
-| fn-call
-| cfn-call
+| builtin_call
+| fn_call
+| cfn_call
 | "(" expression ")" { $$ = McParseParenthesised(front, $2); }
 | expression "+" expression { $$ = McNodeBinary(front, MC_ADD, $1, $3); }
 | expression "-" expression { $$ = McNodeBinary(front, MC_SUBTRACT, $1, $3); }
@@ -540,14 +511,14 @@ expression:
 ;
 
 assignment:
-  variable-reference assign-op expression %prec ASSIGNOP
+  variable_reference assign_op expression %prec ASSIGNOP
     { $$ = McNodeAssign(front, $2, $1.first, $3); }
-| external-reference assign-op expression %prec ASSIGNOP
+| external_reference assign_op expression %prec ASSIGNOP
     { $$ = McNodeAssign(front, $2, $1.first, $3); }
 ;
 
 // The target is complete: its node stands in front of those of the value.
-assign-op:
+assign_op:
   ASSIGNOP
     {
       (void)McNodeVar(front, $<reference>0);
@@ -555,14 +526,14 @@ assign-op:
     }
 ;
 
-variable-reference:
+variable_reference:
   variable
-| variable-reference "." IDENT
+| variable_reference "." IDENT
     {
       $$ = $1;
       McNodeRefer(front, $$, $3->text(), McNodeNone(front));
     }
-| variable-reference "." IDENT "(" expression-args ")"
+| variable_reference "." IDENT "(" expression_args ")"
     {
       $$ = $1;
       McNodeRefer(front, $$, $3->text(), $5);
@@ -571,38 +542,38 @@ variable-reference:
 
 variable:
   IDENT { $$ = McParseVariable(front, $1, McNodeNone(front)); }
-| IDENT "(" expression-args ")" { $$ = McParseVariable(front, $1, $3); }
+| IDENT "(" expression_args ")" { $$ = McParseVariable(front, $1, $3); }
 ;
 
 // Its node is made at once.
-external-reference:
+external_reference:
   SIGILNAME { $$ = {McNodeExtern(front, $1->text()), 0}; }
 | SIGIL "(" expression ")" { $$ = {McNodeExtInd(front, $1, $3), 0}; }
 ;
 
-builtin-call:
+builtin_call:
   BUILTIN { $$ = McNodeFunc(front, $1, McNodeNone(front)); }
-| BUILTIN "(" expression-args ")" { $$ = McNodeFunc(front, $1, $3); }
+| BUILTIN "(" expression_args ")" { $$ = McNodeFunc(front, $1, $3); }
 ;
 
 // Complete before any token but "(", so that an error after it comes later.
-fn-call:
+fn_call:
   FNNAME
     { $$ = McNodeCall(front, $1, McCallKind::FN, McNodeNone(front)); }
-| FNNAME "(" argument-list ")"
+| FNNAME "(" argument_list ")"
     { $$ = McNodeCall(front, $1, McCallKind::FN, $3); }
 ;
 
-cfn-call:
+cfn_call:
   CFNNAME
     { $$ = McNodeCall(front, $1, McCallKind::CFN, McNodeNone(front)); }
-| CFNNAME "(" argument-list ")"
+| CFNNAME "(" argument_list ")"
     { $$ = McNodeCall(front, $1, McCallKind::CFN, $3); }
 ;
 
-expression-args:
+expression_args:
   expression
-| expression-args "," expression { $$ = $1; (void)$3; }
+| expression_args "," expression { $$ = $1; (void)$3; }
 ;
 
 message:
@@ -632,51 +603,51 @@ applications:
 ;
 
 window:
-  "WINDOW" object-name { McParseOpenObject(front, MaskObjectType::WINDOW, $2); }
-  "{" window-members "}" { McParseCloseObject(front); }
+  "WINDOW" object_name { McParseOpenObject(front, MaskObjectType::WINDOW, $2); }
+  "{" window_members "}" { McParseCloseObject(front); }
 ;
 
-window-members:
-  window-member
-| window-members window-member
+window_members:
+  window_member
+| window_members window_member
 ;
 
-window-member:
-  common-member
-| event-handler
-| simple-object
+window_member:
+  common_member
+| event_handler
+| simple_object
 | menu
 | label
 | table
-| text-object
+| text_object
 | group
-| module-block
+| module_block
 ;
 
 application:
-  "APPLICATION" object-name
+  "APPLICATION" object_name
     { McParseOpenObject(front, MaskObjectType::APPLICATION, $2); }
-  "{" application-members "}" { McParseCloseObject(front); }
+  "{" application_members "}" { McParseCloseObject(front); }
 ;
 
-application-members:
-  application-member
-| application-members application-member
+application_members:
+  application_member
+| application_members application_member
 ;
 
-application-member:
-  common-member
-| event-handler
+application_member:
+  common_member
+| event_handler
 | window
-| module-block
+| module_block
 ;
 
-simple-object:
-  simple-type object-name { McParseOpenObject(front, $1, $2); }
-  "{" simple-members "}" { McParseCloseObject(front); }
+simple_object:
+  simple_type object_name { McParseOpenObject(front, $1, $2); }
+  "{" simple_members "}" { McParseCloseObject(front); }
 ;
 
-simple-type:
+simple_type:
   "BUTTON" { $$ = MaskObjectType::BUTTON; }
 | "SCROLLBAR" { $$ = MaskObjectType::SCROLLBAR; }
 | "RECORD" { $$ = MaskObjectType::RECORD; }
@@ -684,113 +655,113 @@ simple-type:
 | "GRAPHIC" { $$ = MaskObjectType::GRAPHIC; }
 ;
 
-simple-members:
-  simple-member
-| simple-members simple-member
+simple_members:
+  simple_member
+| simple_members simple_member
 ;
 
-simple-member:
-  common-member
-| event-handler
+simple_member:
+  common_member
+| event_handler
 ;
 
 menu:
-  menu-type object-name { McParseOpenObject(front, $1, $2); }
-  "{" menu-members "}" { McParseCloseObject(front); }
+  menu_type object_name { McParseOpenObject(front, $1, $2); }
+  "{" menu_members "}" { McParseCloseObject(front); }
 ;
 
-menu-type:
+menu_type:
   "MENUBAR" { $$ = MaskObjectType::MENUBAR; }
 | "MENU" { $$ = MaskObjectType::MENU; }
 ;
 
-menu-members:
-  menu-member
-| menu-members menu-member
+menu_members:
+  menu_member
+| menu_members menu_member
 ;
 
-menu-member:
-  common-member
-| event-handler
+menu_member:
+  common_member
+| event_handler
 | menu
 | item
 ;
 
 item:
-  "ITEM" object-name { McParseOpenObject(front, MaskObjectType::ITEM, $2); }
-  "{" simple-members "}" { McParseCloseObject(front); }
+  "ITEM" object_name { McParseOpenObject(front, MaskObjectType::ITEM, $2); }
+  "{" simple_members "}" { McParseCloseObject(front); }
 ;
 
 table:
-  "TABLE" object-name { McParseOpenObject(front, MaskObjectType::TABLE, $2); }
-  "{" table-members "}" { McParseCloseObject(front); }
+  "TABLE" object_name { McParseOpenObject(front, MaskObjectType::TABLE, $2); }
+  "{" table_members "}" { McParseCloseObject(front); }
 ;
 
-table-members:
-  table-member
-| table-members table-member
+table_members:
+  table_member
+| table_members table_member
 ;
 
-table-member:
-  common-member
-| event-handler
-| simple-object
+table_member:
+  common_member
+| event_handler
+| simple_object
 | menu
 | label
 | item
-| text-object
+| text_object
 | group
 ;
 
-text-object:
-  "TEXT" object-name { McParseOpenObject(front, MaskObjectType::TEXT, $2); }
-  "{" text-members "}" { McParseCloseObject(front); }
+text_object:
+  "TEXT" object_name { McParseOpenObject(front, MaskObjectType::TEXT, $2); }
+  "{" text_members "}" { McParseCloseObject(front); }
 ;
 
-text-members:
-  text-member
-| text-members text-member
+text_members:
+  text_member
+| text_members text_member
 ;
 
-text-member:
-  common-member
-| event-handler
+text_member:
+  common_member
+| event_handler
 | item
 ;
 
 // A group has no event handlers, a label attributes only.
 group:
-  "GROUP" object-name { McParseOpenObject(front, MaskObjectType::GROUP, $2); }
-  "{" group-members "}" { McParseCloseObject(front); }
+  "GROUP" object_name { McParseOpenObject(front, MaskObjectType::GROUP, $2); }
+  "{" group_members "}" { McParseCloseObject(front); }
 ;
 
-group-members:
-  group-member
-| group-members group-member
+group_members:
+  group_member
+| group_members group_member
 ;
 
-group-member:
-  common-member
-| simple-object
+group_member:
+  common_member
+| simple_object
 | menu
 | label
 | table
-| text-object
+| text_object
 | group
 ;
 
 label:
-  "LABEL" object-name { McParseOpenObject(front, MaskObjectType::LABEL, $2); }
+  "LABEL" object_name { McParseOpenObject(front, MaskObjectType::LABEL, $2); }
   "{" attributes "}" { McParseCloseObject(front); }
 ;
 
-object-name:
+object_name:
   %empty { $$ = ""; }
 | IDENT { $$ = $1->text(); }
 | SCONST { $$ = $1->text(); }
 ;
 
-common-member:
+common_member:
   attribute ";"
 | "HELP" "{" attributes "}"
 ;
@@ -805,7 +776,7 @@ attributes:
 attribute:
   %empty
 | IDENT ASSIGNOP ICONST { McParseAttribute(front, $1->text(), $3); }
-| IDENT ASSIGNOP attribute-text
+| IDENT ASSIGNOP attribute_text
     {
       McParseAttribute(front, $1->text(), $3->text());
       McTokenTextRelease(&front->scanner.strings, $3);
@@ -815,7 +786,7 @@ attribute:
       McParseAttribute(front, $1->text(), $3);
       McTokenTextRelease(&front->scanner.strings, $1);
     }
-| SCONST ASSIGNOP plain-text
+| SCONST ASSIGNOP plain_text
     {
       McParseAttribute(front, $1->text(), $3->text());
       McTokenTextRelease(&front->scanner.strings, $3);
@@ -823,18 +794,18 @@ attribute:
     }
 ;
 
-attribute-text:
-  plain-text
+attribute_text:
+  plain_text
 | message
-| mask-message
+| mask_message
 ;
 
-plain-text:
+plain_text:
   SCONST { $$ = $1; }
 | IDENT { $$ = McParseCopyName(front, $1); }
 ;
 
-mask-message:
+mask_message:
   "MSGGLOB" "(" SCONST "," ICONST ")"
     { $$ = McParseMsgText(front, '\2', $3, $5, nullptr); }
 | "MSGFILE" "(" SCONST "," ICONST "," SCONST ")"
@@ -843,34 +814,34 @@ mask-message:
 
 // Masks: handlers and modules ----------------------------------------------
 
-event-handler:
-  "ON" event-list "EXECUTE" "{" { McParseProgramHandler(front, $2); }
-  subs main-scope body "}"
+event_handler:
+  "ON" event_list "EXECUTE" "{" { McParseProgramHandler(front, $2); }
+  subs main_scope body "}"
     { McProgramSetBody(front, $8); }
-| "ON" event-list "{" { McParseAttributeHandler(front, $2); }
+| "ON" event_list "{" { McParseAttributeHandler(front, $2); }
   attributes "}"
     { front->parse.target = nullptr; }
-| "ON" event-list "DO" IDENT
+| "ON" event_list "DO" IDENT
     {
       McParseAttributeHandler(front, $2);
       McParseAttribute(front, "action", $4->text());
     }
-  handler-argument ";"
+  handler_argument ";"
     { front->parse.target = nullptr; }
 ;
 
-handler-argument:
+handler_argument:
   %empty
-| "WITH" plain-text
+| "WITH" plain_text
     {
       McParseAttribute(front, "argument", $2->text());
       McTokenTextRelease(&front->scanner.strings, $2);
     }
 ;
 
-event-list:
+event_list:
   event
-| event-list "OR" event { $$ = MaskJoinEvents($1, $3); }
+| event_list "OR" event { $$ = MaskJoinEvents($1, $3); }
 ;
 
 event:
@@ -899,8 +870,8 @@ key:
 | "RETURN" { $$ = KEY_RETURN; }
 ;
 
-module-block:
+module_block:
   "MODULE" "{" { McParseOpenModule(front); }
-  declaration-list subs "}"
+  declaration_list subs "}"
     { McCompileEnter(front, nullptr); }
 ;

@@ -2,8 +2,12 @@
 // tells what kind of token can begin there. Each kind then has one routine that
 // finds the longest match. The text at hand consists of complete lines and is
 // closed by a zero byte, so that no routine needs to ask for more, with two
-// exceptions: white space goes on behind the lines at hand, and a literal that
+// exceptions: white space goes on after the lines at hand, and a literal that
 // ends in a line feed depends on the first character of the next line.
+//
+// What a source consists of mostly (names, operators, small numbers, one blank
+// between them) is recognised in McLex itself; the rest is kept apart so that
+// its loop needs no room for it.
 #include "elut/syntax/lexer.h"
 
 #include <cstdlib>
@@ -80,72 +84,101 @@ struct StartTable {
 
 constexpr StartTable TABLE;
 
-// D, G and R behind a number only make it a REAL.
+// D, G and R after a number only make it a REAL.
 bool IsRealSuffix(char c) {
   return (c | 0x20) == 'd' || (c | 0x20) == 'g' || (c | 0x20) == 'r';
 }
 
-int OperatorToken(McScanner* scanner, const char* text, TokenValue* value) {
+// Values of tokens. All of a value is set: it travels in a register.
+TokenValue NoValue() {
+  TokenValue value;
+  value.name = nullptr;
+  return value;
+}
+TokenValue CodeValue(char code) {
+  TokenValue value = NoValue();
+  value.code = static_cast<uint8_t>(code);
+  return value;
+}
+TokenValue IntegerValue(int32_t integer) {
+  TokenValue value = NoValue();
+  value.integer = integer;
+  return value;
+}
+
+McToken OperatorToken(McScanner* scanner, const char* text) {
   const char second = text[1];
   scanner->source.cursor.next = text + 2;
   switch (text[0]) {
     case '+':
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(1)};
+      break;
     case '-':
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(2)};
+      break;
     case '/':
-      if (second != '=') break;
-      value->code = text[0] == '+' ? 1 : text[0] == '-' ? 2 : 3;
-      return TOKEN_ASSIGNOP;
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(3)};
+      break;
     case '*':
-      if (second == '*') return TOKEN_POWER;
-      if (second != '=') break;
-      value->code = 4;
-      return TOKEN_ASSIGNOP;
+      if (second == '*') return {TOKEN_POWER, NoValue()};
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(4)};
+      break;
     case '=':
-      if (second == '=') return TOKEN_EQUAL;
-      value->code = 0;
+      if (second == '=') return {TOKEN_EQUAL, NoValue()};
       break;
     case '<':
-      if (second == '=') return TOKEN_LESS_EQUAL;
-      if (second == '>') return TOKEN_NOT_EQUAL;
+      if (second == '=') return {TOKEN_LESS_EQUAL, NoValue()};
+      if (second == '>') return {TOKEN_NOT_EQUAL, NoValue()};
       break;
     case '>':
-      if (second == '=') return TOKEN_GREATER_EQUAL;
+      if (second == '=') return {TOKEN_GREATER_EQUAL, NoValue()};
       break;
   }
   scanner->source.cursor.next = text + 1;
-  return TABLE.token[static_cast<uint8_t>(text[0])];
+  // A "=" alone is an assignment without an operator, whose code is 0.
+  return {TABLE.token[static_cast<uint8_t>(text[0])], NoValue()};
 }
 
-int NameToken(McScanner* scanner, const char* text, size_t length,
-              TokenValue* value) {
+McToken TokenOf(const McName* name) {
+  return {name->token, name->value};
+}
+
+// A name of any length.
+[[gnu::noinline]] McToken LongNameToken(McScanner* scanner, const char* text,
+                                        size_t length) {
   scanner->source.cursor.next = text + length;
-  McName* name = McNameScan(&scanner->strings, text, length);
-  *value = name->value;
-  return name->token;
+  return TokenOf(McNameSearch(&scanner->strings, text, length));
 }
 
-int SigilToken(McScanner* scanner, const char* text, TokenValue* value) {
-  value->code = static_cast<uint8_t>(*text);
+// A name whose first character may be any.
+inline McToken NameToken(McScanner* scanner, const char* text) {
+  size_t length;
+  const McNameKey key = McShortName(text, &length);
+  if (length == 0) return LongNameToken(scanner, text, 1 + McNameRun(text + 1));
+  scanner->source.cursor.next = text + length;
+  return TokenOf(McNameOfKey(&scanner->strings, key, text, length));
+}
+
+McToken SigilToken(McScanner* scanner, const char* text) {
+  if (UtIsLetter(text[1])) return NameToken(scanner, text);
   scanner->source.cursor.next = text + 1;
-  if (!UtIsLetter(text[1])) return TOKEN_SIGIL;
-  return NameToken(scanner, text, 1 + McNameRun(text + 1), value);
+  return {TOKEN_SIGIL, CodeValue(*text)};
 }
 
-int AtToken(McScanner* scanner, const char* text, TokenValue* value) {
+McToken AtToken(McScanner* scanner, const char* text) {
   const char* name = text + (text[1] == ':' ? 2 : 1);
   const char* end = name;
   while (UtIsNameByte(*end) || *end == '*' || *end == '.') end++;
   if (end != name)
-    return NameToken(scanner, text, static_cast<size_t>(end - text), value);
-  value->code = '@';
+    return LongNameToken(scanner, text, static_cast<size_t>(end - text));
   scanner->source.cursor.next = text + 1;
-  return TOKEN_SIGIL;
+  return {TOKEN_SIGIL, CodeValue('@')};
 }
 
 // Numbers -------------------------------------------------------------------
 
-int IntegerToken(McScanner* scanner, const char* text, const char* end,
-                 unsigned base, TokenValue* value) {
+McToken IntegerToken(McScanner* scanner, const char* text, const char* end,
+                     unsigned base) {
   scanner->source.cursor.next = end;
   const uint64_t limit = base == 10 ? INT32_MAX : UINT32_MAX;
   uint64_t number = 0;
@@ -158,37 +191,19 @@ int IntegerToken(McScanner* scanner, const char* text, const char* end,
       McParseFail(scanner, RC_OVERFLOW,
                   "integer constant '%.*s' out of range\n",
                   static_cast<int>(end - text), text);
-      value->integer = INT32_MAX;
-      return TOKEN_ICONST;
+      return {TOKEN_ICONST, IntegerValue(INT32_MAX)};
     }
   }
   // An octal or hexadecimal number may set the sign bit: 0xFFFFFFFF is -1.
-  value->integer = static_cast<int32_t>(static_cast<uint32_t>(number));
-  return TOKEN_ICONST;
+  return {TOKEN_ICONST,
+          IntegerValue(static_cast<int32_t>(static_cast<uint32_t>(number)))};
 }
 
-// The value of digits with a point. Up to 15 digits and 22 places the division
-// of two exact numbers is exact to the last bit; the C library does the rest.
-double RealValue(const char* text, const char* end) {
-  constexpr double POWERS[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  if (end - text <= 16) {
-    int64_t digits = 0;
-    const char* point = nullptr;
-    const char* p = text;
-    for (; p < end; p++) {
-      if (UtIsDigit(*p))
-        digits = digits * 10 + (*p - '0');
-      else if (*p == '.')
-        point = p;
-      else
-        break;
-    }
-    const auto places = point == nullptr ? 0 : end - point - 1;
-    if (p == end) return static_cast<double>(digits) / POWERS[places];
-  }
-  // Nothing that could go on behind the token belongs to a number for strtod.
-  return strtod(text, nullptr);
+McToken RealToken(McScanner* scanner, const char* end, double real) {
+  scanner->source.cursor.next = end;
+  TokenValue value;
+  value.real = real;
+  return {TOKEN_RCONST, value};
 }
 
 // An exponent at `text`, or its start when there is none.
@@ -201,7 +216,8 @@ const char* SkipExponent(const char* text) {
   return p;
 }
 
-int NumberToken(McScanner* scanner, const char* text, TokenValue* value) {
+// Any number.
+[[gnu::noinline]] McToken AnyNumberToken(McScanner* scanner, const char* text) {
   const char* end = text;
   while (UtIsDigit(*end)) end++;
   const char* whole = end;
@@ -210,23 +226,48 @@ int NumberToken(McScanner* scanner, const char* text, TokenValue* value) {
     while (UtIsDigit(*end));
   }
   end = SkipExponent(end);
-  const char* number = end;
   if (IsRealSuffix(*end)) end++;
-  if (end != whole) {
-    scanner->source.cursor.next = end;
-    value->real = RealValue(text, number);
-    return TOKEN_RCONST;
-  }
-  if (*text != '0') return IntegerToken(scanner, text, end, 10, value);
+  // Nothing that could go on after the token belongs to a number for strtod.
+  if (end != whole) return RealToken(scanner, end, strtod(text, nullptr));
+  if (*text != '0') return IntegerToken(scanner, text, end, 10);
   if (text[1] == 'x' && UtIsHex(text[2])) {
     end = text + 3;
     while (UtIsHex(*end)) end++;
-    return IntegerToken(scanner, text, end, 16, value);
+    return IntegerToken(scanner, text, end, 16);
   }
   // The digits 8 and 9 are not octal: another number begins there.
   end = text + 1;
   while (UtIsOctal(*end)) end++;
-  return IntegerToken(scanner, text, end, 8, value);
+  return IntegerToken(scanner, text, end, 8);
+}
+
+// A number, most of which are a few digits, or some with a point among them:
+// then its value is the quotient of two numbers that are exact, and so exact to
+// the last bit.
+McToken NumberToken(McScanner* scanner, const char* text) {
+  constexpr size_t SMALL = 9;  // digits of a number that surely fits
+  constexpr double POWERS[] = {1e0, 1e1, 1e2, 1e3, 1e4,
+                               1e5, 1e6, 1e7, 1e8, 1e9};
+  const char* p = text;
+  int32_t digits = 0;
+  for (; UtIsDigit(*p); p++) {
+    if (p - text == SMALL) return AnyNumberToken(scanner, text);
+    digits = digits * 10 + (*p - '0');
+  }
+  const char* whole = p;
+  if (*p == '.' && UtIsDigit(p[1])) {
+    for (p++; UtIsDigit(*p); p++) {
+      if (p - text > static_cast<ptrdiff_t>(SMALL))
+        return AnyNumberToken(scanner, text);
+      digits = digits * 10 + (*p - '0');
+    }
+  }
+  // Exponents and suffixes begin with a letter, as does what follows 0x.
+  if (UtIsLetter(*p)) return AnyNumberToken(scanner, text);
+  if (p != whole) return RealToken(scanner, p, digits / POWERS[p - whole - 1]);
+  if (*text == '0' && p - text > 1) return AnyNumberToken(scanner, text);
+  scanner->source.cursor.next = p;
+  return {TOKEN_ICONST, IntegerValue(digits)};
 }
 
 // Literals ------------------------------------------------------------------
@@ -258,7 +299,7 @@ const char* LiteralEnd(McScanner* scanner, const char** text) {
 
 // Copies the value of the literal from `text` to `end`: the characters between
 // the first and the last one, without the backslash of \" and with a line feed
-// for \n. Any other backslash stays, and the search goes on behind it.
+// for \n. Any other backslash stays, and the search goes on after it.
 void CopyLiteral(const char* text, const char* end, McTokenText* value) {
   const char* from = text + 1;
   end--;
@@ -285,29 +326,6 @@ void CopyLiteral(const char* text, const char* end, McTokenText* value) {
   value->length = static_cast<uint32_t>(to - value->text());
 }
 
-// The token of the literal at the read position, or -1 when it is not closed.
-int LiteralToken(McScanner* scanner, TokenValue* value) {
-  const char* text = scanner->source.cursor.next;
-  const char* end = LiteralEnd(scanner, &text);
-  if (end == nullptr) return -1;
-  McTokenText* copy =
-      McTokenTextNew(&scanner->strings, static_cast<size_t>(end - text));
-  CopyLiteral(text, end, copy);
-  scanner->source.cursor.line += end[-2] == '\n';
-  scanner->source.cursor.next = end;
-  value->text = copy;
-  return TOKEN_SCONST;
-}
-
-void SkipComment(McScanner* scanner) {
-  const auto left = static_cast<size_t>(scanner->source.cursor.limit -
-                                        scanner->source.cursor.next);
-  const void* feed = memchr(scanner->source.cursor.next, '\n', left);
-  scanner->source.cursor.next = feed == nullptr
-                                    ? scanner->source.cursor.limit
-                                    : static_cast<const char*>(feed);
-}
-
 // Passes a character that begins no token.
 void SkipStray(McScanner* scanner) {
   const char* stray = scanner->source.cursor.next++;
@@ -320,61 +338,91 @@ void SkipStray(McScanner* scanner) {
                          place.line});
 }
 
-// What is left when the tokens that a source consists of mostly have been
-// recognised. Returns the token, or -1 when something was skipped. It is kept
-// apart so that the loop of McLex needs no room for it.
-[[gnu::noinline]] int RareToken(McScanner* scanner, Start start,
-                                TokenValue* value) {
+// Nothing of the source was a token.
+constexpr McToken SKIPPED = {-1, {}};
+
+// The literal at the read position, if it is closed.
+McToken LiteralToken(McScanner* scanner) {
   const char* text = scanner->source.cursor.next;
-  int token = -1;
+  const char* end = LiteralEnd(scanner, &text);
+  if (end == nullptr) {
+    SkipStray(scanner);
+    return SKIPPED;
+  }
+  TokenValue value;
+  value.text =
+      McTokenTextNew(&scanner->strings, static_cast<size_t>(end - text));
+  CopyLiteral(text, end, value.text);
+  scanner->source.cursor.line += end[-2] == '\n';
+  scanner->source.cursor.next = end;
+  return {TOKEN_SCONST, value};
+}
+
+// The lines at hand are used up: brings further ones, or goes on in the level
+// below.
+McToken EndOfLines(McScanner* scanner) {
+  McSource* source = &scanner->source;
+  if (McSrcMore(source, nullptr)) return SKIPPED;
+  // What is missing must not pass for the end of the source.
+  if (McSrcReadFailed(*source))
+    McParseFail(scanner, RC_CANNOT_OPEN, "file '%s' cannot be read\n",
+                McSrcPosition(*source).name);
+  if (!McSrcWrap(source)) return SKIPPED;
+  return {TOKEN_END_OF_INPUT, NoValue()};
+}
+
+// What is left when the tokens that a source consists of mostly have been
+// recognised.
+[[gnu::noinline]] McToken RareToken(McScanner* scanner, Start start) {
+  const char* text = scanner->source.cursor.next;
   switch (start) {
-    case COMMENT: SkipComment(scanner); return -1;
-    case LITERAL: token = LiteralToken(scanner, value); break;
+    case LITERAL: return LiteralToken(scanner);
     case CHARACTER:
       if (text[1] == '\0' || text[1] == '\n' || text[2] != '\'') break;
-      value->integer = static_cast<uint8_t>(text[1]);
       scanner->source.cursor.next = text + 3;
-      return TOKEN_ICONST;
-    case SIGIL: return SigilToken(scanner, text, value);
-    case AT: return AtToken(scanner, text, value);
-    case END:
-      if (McSrcMore(&scanner->source, nullptr)) return -1;
-      // What is missing must not pass for the end of the source.
-      if (McSrcReadFailed(scanner->source))
-        McParseFail(scanner, RC_CANNOT_OPEN, "file '%s' cannot be read\n",
-                    McSrcPosition(scanner->source).name);
-      return McSrcWrap(&scanner->source) ? TOKEN_END_OF_INPUT : -1;
+      return {TOKEN_ICONST, IntegerValue(static_cast<uint8_t>(text[1]))};
+    case SIGIL: return SigilToken(scanner, text);
+    case AT: return AtToken(scanner, text);
+    case END: return EndOfLines(scanner);
     default: break;
   }
-  if (token < 0) SkipStray(scanner);
-  return token;
+  SkipStray(scanner);
+  return SKIPPED;
+}
+
+// The line feed that ends a comment, or the end of the lines at hand.
+const char* CommentEnd(const McScanner* scanner, const char* text) {
+  const char* limit = scanner->source.cursor.limit;
+  const void* feed = memchr(text, '\n', static_cast<size_t>(limit - text));
+  return feed == nullptr ? limit : static_cast<const char*>(feed);
 }
 
 }  // namespace
 
-int McLex(McScanner* scanner, TokenValue* value) {
+McToken McLex(McScanner* scanner) {
   const char* text = scanner->source.cursor.next;
   for (;;) {
-    while (*text == ' ') text++;
+    if (*text == ' ') text++;
     const auto first = static_cast<uint8_t>(*text);
     const Start start = TABLE.start[first];
     switch (start) {
       case SINGLE:
         scanner->source.cursor.next = text + 1;
-        return TABLE.token[first];
-      case NAME: return NameToken(scanner, text, McNameRun(text), value);
-      case OPERATOR: return OperatorToken(scanner, text, value);
+        return {TABLE.token[first], NoValue()};
+      case NAME: return NameToken(scanner, text);
+      case OPERATOR: return OperatorToken(scanner, text);
       case FEED: scanner->source.cursor.line++; [[fallthrough]];
-      case BLANK: text++; continue;
-      case DIGIT: return NumberToken(scanner, text, value);
+      case BLANK: text = McSkipBlanks(text + 1); continue;
+      case DIGIT: return NumberToken(scanner, text);
       case POINT:
-        if (UtIsDigit(text[1])) return NumberToken(scanner, text, value);
+        if (UtIsDigit(text[1])) return AnyNumberToken(scanner, text);
         scanner->source.cursor.next = text + 1;
-        return TOKEN_DOT;
+        return {TOKEN_DOT, NoValue()};
+      case COMMENT: text = CommentEnd(scanner, text); continue;
       default: {
         scanner->source.cursor.next = text;
-        const int token = RareToken(scanner, start, value);
-        if (token >= 0) return token;
+        const McToken token = RareToken(scanner, start);
+        if (token.token >= 0) return token;
         text = scanner->source.cursor.next;
       }
     }

@@ -21,5 +21,5 @@
 
 #include "elut/syntax/scanner.h"
 
-// The next token, one of the grammar's numbers; 0 at the end of all input.
-int McLex(McScanner* scanner, TokenValue* value);
+// The next token; number 0 at the end of all input.
+McToken McLex(McScanner* scanner);

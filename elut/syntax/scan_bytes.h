@@ -1,4 +1,5 @@
-// Scanning many bytes at once: the lengths of names and of literal parts.
+// Scanning 16 bytes at once: the lengths of names, of literal parts and of
+// white space.
 //
 // Where the machine has 16-byte registers they are used; the plain loops give
 // the same results anywhere. Both read up to 16 bytes past the place where they
@@ -10,9 +11,23 @@
 #include <cstring>
 
 #include "Cutil/ut_chars.h"
+#include "elut/syntax/token_strings.h"
 
 #ifdef __SSE2__
 #include <emmintrin.h>
+
+// A bit for each of 16 bytes that a name cannot go on with.
+inline unsigned McNameEnds(__m128i bytes) {
+  const __m128i letter = _mm_sub_epi8(_mm_or_si128(bytes, _mm_set1_epi8(0x20)),
+                                      _mm_set1_epi8('a'));
+  const __m128i digit = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
+  const __m128i name = _mm_or_si128(
+      _mm_or_si128(
+          _mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(25)), letter),
+          _mm_cmpeq_epi8(_mm_min_epu8(digit, _mm_set1_epi8(9)), digit)),
+      _mm_cmpeq_epi8(bytes, _mm_set1_epi8('_')));
+  return ~static_cast<unsigned>(_mm_movemask_epi8(name)) & 0xFFFF;
+}
 #endif
 
 // Length of the run of letters, digits and underscores at `text`.
@@ -20,23 +35,43 @@ inline size_t McNameRun(const char* text) {
   size_t length = 0;
 #ifdef __SSE2__
   for (;; length += 16) {
-    const __m128i bytes =
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + length));
-    const __m128i letter = _mm_sub_epi8(
-        _mm_or_si128(bytes, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
-    const __m128i digit = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
-    const __m128i name = _mm_or_si128(
-        _mm_or_si128(
-            _mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(25)), letter),
-            _mm_cmpeq_epi8(_mm_min_epu8(digit, _mm_set1_epi8(9)), digit)),
-        _mm_cmpeq_epi8(bytes, _mm_set1_epi8('_')));
-    const unsigned others =
-        ~static_cast<unsigned>(_mm_movemask_epi8(name)) & 0xFFFF;
-    if (others != 0) return length + static_cast<size_t>(__builtin_ctz(others));
+    const unsigned ends = McNameEnds(
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + length)));
+    if (ends != 0) return length + static_cast<size_t>(__builtin_ctz(ends));
   }
 #else
   while (UtIsNameByte(text[length])) length++;
   return length;
+#endif
+}
+
+// The key of the name at `text`, which may begin with any byte, and its length;
+// a name of more than 15 characters has length 0 for now.
+inline McNameKey McShortName(const char* text, size_t* length) {
+#ifdef __SSE2__
+  // From 16 - n on there are n bytes of ones and then zeros.
+  alignas(16) static constexpr uint8_t KEPT[32] = {
+      255, 255, 255, 255, 255, 255, 255, 255,
+      255, 255, 255, 255, 255, 255, 255, 255,
+  };
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+  const unsigned ends = McNameEnds(bytes) & ~1u;
+  if (ends == 0) {
+    *length = 0;
+    return {};
+  }
+  *length = static_cast<size_t>(__builtin_ctz(ends));
+  const __m128i key = _mm_and_si128(
+      bytes,
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(KEPT + 16 - *length)));
+  return {static_cast<uint64_t>(_mm_cvtsi128_si64(key)),
+          static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_srli_si128(key, 8)))};
+#else
+  *length = 1 + McNameRun(text + 1);
+  if (*length > McName::SHORT) *length = 0;
+  uint64_t words[2] = {};
+  memcpy(words, text, *length);
+  return {words[0], words[1]};
 #endif
 }
 
@@ -63,9 +98,19 @@ inline size_t McLiteralRun(const char* text) {
 #endif
 }
 
-// The first `length` (1 to 8) bytes of `text`, the others taken as zero.
-inline uint64_t McLoadBytes(const char* text, size_t length) {
-  uint64_t word;
-  memcpy(&word, text, sizeof word);
-  return length < 8 ? word & ((uint64_t{1} << (8 * length)) - 1) : word;
+// Behind the blanks at `text`.
+inline const char* McSkipBlanks(const char* text) {
+#ifdef __SSE2__
+  for (;; text += 16) {
+    const __m128i bytes =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const unsigned others = ~static_cast<unsigned>(_mm_movemask_epi8(
+                                _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' ')))) &
+                            0xFFFF;
+    if (others != 0) return text + __builtin_ctz(others);
+  }
+#else
+  while (*text == ' ') text++;
+  return text;
+#endif
 }

@@ -1,5 +1,5 @@
-// Names are records in an arena, the text behind each, found by an index of
-// pointers to them. Reserved words are entered first.
+// Names are records in an arena, found by an index of pointers to them.
+// Reserved words are entered first.
 #include "elut/syntax/token_strings.h"
 
 #include <cstring>
@@ -29,9 +29,14 @@ constexpr Word RESERVED[] = {
 
 constexpr double PI = 3.141592653589793;
 
-uint32_t HashOf(const char* text, size_t length) {
-  return length <= MC_SHORT_NAME ? McKeyOfName(text, length).hash()
-                                 : UtHash(text, length);
+// Of long names: the last byte of a short name's key is 0.
+constexpr uint64_t LONG_NAME = ~uint64_t{0};
+
+McNameKey KeyOf(const char* text, size_t length) {
+  uint64_t words[2] = {};
+  if (length > McName::SHORT) return {UtHash(text, length), LONG_NAME};
+  memcpy(words, text, length);
+  return {words[0], words[1]};
 }
 
 // What a word that is not reserved is.
@@ -45,78 +50,63 @@ int TokenOf(const char* text, size_t length) {
 }
 
 // The slot of the name, or the empty one where it belongs.
-McName** SlotOf(McTokenStrings* strings, const char* text, size_t length) {
-  return strings->names.slot(HashOf(text, length), [&](const McName* name) {
-    return name->length == length && memcmp(name->text(), text, length) == 0;
+McName** SlotOf(McTokenStrings* strings, const McNameKey& key, const char* text,
+                size_t length) {
+  return strings->names.slot(key.hash(), [&](const McName* name) {
+    return name->key[0] == key.first && name->key[1] == key.last &&
+           (length <= McName::SHORT ||
+            (name->length == length && memcmp(name->chars, text, length) == 0));
   });
 }
 
-McName* AddName(McTokenStrings* strings, const char* text, size_t length,
-                int token) {
+McName* AddName(McTokenStrings* strings, UtArena* arena, const char* text,
+                size_t length, int token) {
   strings->names.make_room(FIRST_SLOTS);
-  // The whole text of a short name can be loaded as words.
-  const size_t room = length < 8 ? 8 : length + 1;
-  void* block = strings->name_arena.take(sizeof(McName) + room);
-  auto* name = static_cast<McName*>(block);
+  const McNameKey key = KeyOf(text, length);
+  auto* name = arena->take_array<McName>(1);
   *name = {};
+  name->key[0] = key.first;
+  name->key[1] = key.last;
   name->length = static_cast<uint32_t>(length);
-  name->token = static_cast<uint16_t>(token);
+  name->token = static_cast<uint8_t>(token);
   name->value.name = name;
-  char* place = reinterpret_cast<char*>(name + 1);
-  memcpy(place, text, length);
-  memset(place + length, 0, room - length);
-  if (length <= MC_SHORT_NAME) {
-    const McNameKey key = McKeyOfName(place, length);
-    name->key[0] = key.first;
-    name->key[1] = key.last;
-  }
-  strings->names.fill(SlotOf(strings, place, length), name);
+  if (length > McName::SHORT) name->chars = arena->copy(text, length);
+  strings->names.fill(SlotOf(strings, key, text, length), name);
   return name;
 }
 
 }  // namespace
 
 uint32_t UtHashOf(const McName* name) {
-  return HashOf(name->text(), name->length);
+  return McNameKey{name->key[0], name->key[1]}.hash();
 }
 
 McTokenStrings::McTokenStrings() {
   int32_t function = 0;
   for (const Word& word : RESERVED) {
-    char padded[16] = {};
-    const size_t length = strlen(word.text);
-    memcpy(padded, word.text, length);
-    McName* name = AddName(this, padded, length, word.token);
+    McName* name =
+        AddName(this, &own_arena, word.text, strlen(word.text), word.token);
     if (word.token == TOKEN_BUILTIN) name->value.integer = function++;
     if (word.token == TOKEN_RCONST) name->value.real = PI;
   }
 }
 
 McName* McNameSearch(McTokenStrings* strings, const char* text, size_t length) {
-  McName* name = *SlotOf(strings, text, length);
-  return name != nullptr
-             ? name
-             : AddName(strings, text, length, TokenOf(text, length));
-}
-
-McName* McNameIntern(McTokenStrings* strings, const char* text) {
-  const size_t length = strlen(text);
-  if (length >= 8) return McNameScan(strings, text, length);
-  char padded[8] = {};
-  memcpy(padded, text, length + 1);
-  return McNameScan(strings, padded, length);
+  McName* name = *SlotOf(strings, KeyOf(text, length), text, length);
+  return name != nullptr ? name
+                         : AddName(strings, strings->arena, text, length,
+                                   TokenOf(text, length));
 }
 
 McTokenText* McTokenTextNew(McTokenStrings* strings, size_t length) {
   const size_t bytes = sizeof(McTokenText) + length + 1;
   if (bytes > UINT32_MAX) throw std::bad_alloc();
-  auto* text = static_cast<McTokenText*>(strings->text_arena.take(bytes));
-  text->capacity = static_cast<uint32_t>(length + 1);
+  auto* text = static_cast<McTokenText*>(strings->arena->take(bytes));
   text->length = 0;
   text->text()[0] = '\0';
   return text;
 }
 
 void McTokenTextRelease(McTokenStrings* strings, McTokenText* text) {
-  strings->text_arena.give_back(text, sizeof(McTokenText) + text->capacity);
+  strings->arena->give_back(text, sizeof(McTokenText) + text->length + 1);
 }

@@ -4,11 +4,12 @@
 // once each: two tokens with the same text carry the same McName, which
 // therefore is also the place where the program model notes what the name
 // means just now. Texts of string literals are kept until the action that
-// consumes one releases it. Nothing has to be released: everything goes with
-// the McTokenStrings of the compile.
+// consumes one releases it.
 //
-// Keywords and built-in functions are names, too, so that one look-up decides
-// what a word is.
+// Names and texts lie in an arena that the scanner is given: that of the
+// program or mask file being compiled, which goes on using them. Keywords and
+// built-in functions are names, too, so that one look-up decides what a word
+// is; they lie in an arena of their own.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +17,6 @@
 
 #include "Cutil/ut_arena.h"
 #include "Cutil/ut_index.h"
-#include "elut/syntax/scan_bytes.h"
 
 struct McName;
 struct McTokenText;
@@ -30,44 +30,66 @@ union TokenValue {
   uint8_t code;       // ASSIGNOP: operator; SIGIL: the character
 };
 
-// A name, closed by a zero byte. The pointer stays valid as
-// long as the McTokenStrings.
-struct McName {
-  uint64_t key[2];   // of a short name, see McNameKey
-  uint32_t length;   // characters
-  uint16_t token;    // what the scanner makes of it, and the value that comes
-  TokenValue value;  // with the token
+// A token: its number in the grammar, and what comes with it. Small enough to
+// be handed back in registers.
+struct McToken {
+  int token;
+  TokenValue value;
+};
 
-  // The variable of the current routine that has this name, as a node names
-  // it, while `routine` is the number of the current routine.
-  uint32_t routine;
-  uint32_t variable;
+// A name, whose address stays as long as the arena that it is in.
+//
+// One of up to 15 characters stands in its key, filled up with zeros. The key
+// of a longer one begins with its hash and ends with a byte that no name has.
+struct McName {
+  static constexpr size_t SHORT = 15;
+
+  uint64_t key[2];
+  TokenValue value;   // that comes with the token
+  const char* chars;  // of a long name, closed by a zero byte
+  uint32_t length;    // characters
+  uint8_t token;      // what the scanner makes of it
 
   // The call reference of this name, while `program` is the number of the
   // current program.
   uint16_t call;
   uint32_t program;
 
-  // The copy of the text that program number `stored_in` owns.
-  uint32_t stored_in;
-  const char* stored;
+  // The variable of the current routine that has this name, as a node names
+  // it, while `routine` is the number of the current routine.
+  uint32_t routine;
+  uint32_t variable;
 
-  // The characters stand behind the record.
-  const char* text() const { return reinterpret_cast<const char*>(this + 1); }
+  // Closed by a zero byte.
+  const char* text() const {
+    return length <= SHORT ? reinterpret_cast<const char*>(key) : chars;
+  }
 };
 
 // Text of a string literal, closed by a zero byte.
 struct McTokenText {
-  uint32_t capacity;  // bytes at text()
-  uint32_t length;    // without the zero byte
+  uint32_t length;  // without the zero byte
 
   char* text() { return reinterpret_cast<char*>(this + 1); }
 };
 
-// A name of up to 16 characters is known by its length and two words: the first
-// and the last 8 characters, which may overlap, or all of them and none.
-inline constexpr size_t MC_SHORT_NAME = 16;
+uint32_t UtHashOf(const McName* name);
+inline bool UtIsEmpty(const McName* name) {
+  return name == nullptr;
+}
 
+struct McTokenStrings {
+  // Knows the reserved words from the start. Throws bad_alloc.
+  McTokenStrings();
+  McTokenStrings(const McTokenStrings&) = delete;
+  McTokenStrings& operator=(const McTokenStrings&) = delete;
+
+  UtIndex<McName*> names;
+  UtArena* arena = &own_arena;  // of names and texts; outlives them
+  UtArena own_arena;            // of reserved words
+};
+
+// A key as two words.
 struct McNameKey {
   uint64_t first;
   uint64_t last;
@@ -80,48 +102,21 @@ struct McNameKey {
   }
 };
 
-// 8 bytes can be read at `text` also when the name is shorter.
-inline McNameKey McKeyOfName(const char* text, size_t length) {
-  if (length < 8) return {McLoadBytes(text, length), 0};
-  return {McLoadBytes(text, 8), McLoadBytes(text + length - 8, 8)};
-}
-
-struct McTokenStrings {
-  // Knows the reserved words from the start. Throws bad_alloc.
-  McTokenStrings();
-  McTokenStrings(const McTokenStrings&) = delete;
-  McTokenStrings& operator=(const McTokenStrings&) = delete;
-
-  UtIndex<McName*> names;
-  UtArena name_arena{UtArena::LARGEST_CHUNK / 4};
-  UtArena text_arena{UtArena::LARGEST_CHUNK};
-};
-
-uint32_t UtHashOf(const McName* name);
-inline bool UtIsEmpty(const McName* name) {
-  return name == nullptr;
-}
-
-// The name `length` bytes long at `text`, of which 8 bytes may be read in any
-// case. Throws bad_alloc.
+// The name with that key, `length` characters long; only short names have one
+// that tells everything. Throws bad_alloc.
 [[nodiscard]] McName* McNameSearch(McTokenStrings* strings, const char* text,
                                    size_t length);
 
-[[nodiscard]] inline McName* McNameScan(McTokenStrings* strings,
-                                        const char* text, size_t length) {
-  // Nearly every word of a source is short, and stands in its first slot.
-  if (length <= MC_SHORT_NAME) {
-    const McNameKey key = McKeyOfName(text, length);
-    McName* name = strings->names.first(key.hash());
-    if (name != nullptr && name->key[0] == key.first &&
-        name->key[1] == key.last && name->length == length)
-      return name;
-  }
+[[nodiscard]] inline McName* McNameOfKey(McTokenStrings* strings,
+                                         const McNameKey& key, const char* text,
+                                         size_t length) {
+  // Nearly every word of a source stands in its first slot.
+  McName* name = strings->names.first(key.hash());
+  if (name != nullptr && name->key[0] == key.first && name->key[1] == key.last)
+      [[likely]]
+    return name;
   return McNameSearch(strings, text, length);
 }
-
-// The name of a text closed by a zero byte.
-[[nodiscard]] McName* McNameIntern(McTokenStrings* strings, const char* text);
 
 // A text with room for `length` characters, empty for now. Throws bad_alloc.
 [[nodiscard]] McTokenText* McTokenTextNew(McTokenStrings* strings,
