@@ -141,7 +141,8 @@ uint8_t* PutNode(uint8_t* next, const McNode& node) {
   }
 }
 
-// Writes a tree: one pass over the array, see McWalkTrees.
+// Writes a tree in one pass over the array, in the order of McWalkTrees. What a
+// leaf takes is complete with one step.
 template <XdTransport TRANSPORT>
 bool WriteTreeTo(Body* body, McTree tree) {
   constexpr size_t END = TRANSPORT == XD_TRANSPORT_PLAIN ? 1 : 4;
@@ -155,21 +156,23 @@ bool WriteTreeTo(Body* body, McTree tree) {
     return true;
   };
   const McNodes& nodes = body->program->store->nodes;
-  const bool written = McWalkTrees(
-      nodes, tree,
-      [&](McNodeRef node) {
+  for (McNodeRef at = tree.first; at != tree.end(); at++) {
+    if (!make_room()) return false;
+    const McNode& node = nodes[at];
+    if (node.is_leaf()) {
+      for (McNodeRef parent = at + node.distance(); parent != at;
+           parent = nodes.first_child(parent)) {
+        next = PutNode<TRANSPORT>(next, nodes[parent]);
         if (!make_room()) return false;
-        next = PutNode<TRANSPORT>(next, nodes[node]);
-        return true;
-      },
-      [&](McNodeRef) {
-        if (!make_room()) return false;
-        memset(next, 0, END);
-        next += END;
-        return true;
-      });
+      }
+      next = PutNode<TRANSPORT>(next, node) + END;
+    } else {
+      memset(next, 0, END);
+      next += END;
+    }
+  }
   xd->next = next;
-  return written;
+  return true;
 }
 
 bool WriteTree(Body* body, McTree tree) {

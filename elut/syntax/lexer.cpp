@@ -5,9 +5,9 @@
 // exceptions: white space goes on after the lines at hand, and a literal that
 // ends in a line feed depends on the first character of the next line.
 //
-// What a source consists of mostly (names, operators, small numbers, one blank
-// between them) is recognised in McLex itself; the rest is kept apart so that
-// its loop needs no room for it.
+// What a source consists of mostly (names, operators, small numbers, white
+// space, comments) is recognised in McLex itself, which calls nothing and so
+// needs no room of its own: what may need more is handed over as its last step.
 #include "elut/syntax/lexer.h"
 
 #include <cstdlib>
@@ -106,7 +106,7 @@ TokenValue IntegerValue(int32_t integer) {
   return value;
 }
 
-McToken OperatorToken(McScanner* scanner, const char* text) {
+inline McToken OperatorToken(McScanner* scanner, const char* text) {
   const char second = text[1];
   scanner->source.cursor.next = text + 2;
   switch (text[0]) {
@@ -144,8 +144,8 @@ McToken TokenOf(const McName* name) {
 }
 
 // A name of any length.
-[[gnu::noinline]] McToken LongNameToken(McScanner* scanner, const char* text,
-                                        size_t length) {
+[[gnu::noinline]] McToken AnyNameToken(McScanner* scanner, const char* text,
+                                       size_t length) {
   scanner->source.cursor.next = text + length;
   return TokenOf(McNameSearch(&scanner->strings, text, length));
 }
@@ -154,9 +154,14 @@ McToken TokenOf(const McName* name) {
 inline McToken NameToken(McScanner* scanner, const char* text) {
   size_t length;
   const McNameKey key = McShortName(text, &length);
-  if (length == 0) return LongNameToken(scanner, text, 1 + McNameRun(text + 1));
+  if (length == 0) return AnyNameToken(scanner, text, 1 + McNameRun(text + 1));
+  // Nearly every word of a source stands in its first slot.
+  const McName* name = scanner->strings.names.first(key.hash());
+  if (name == nullptr || name->key[0] != key.first || name->key[1] != key.last)
+      [[unlikely]]
+    return AnyNameToken(scanner, text, length);
   scanner->source.cursor.next = text + length;
-  return TokenOf(McNameOfKey(&scanner->strings, key, text, length));
+  return TokenOf(name);
 }
 
 McToken SigilToken(McScanner* scanner, const char* text) {
@@ -170,7 +175,7 @@ McToken AtToken(McScanner* scanner, const char* text) {
   const char* end = name;
   while (UtIsNameByte(*end) || *end == '*' || *end == '.') end++;
   if (end != name)
-    return LongNameToken(scanner, text, static_cast<size_t>(end - text));
+    return AnyNameToken(scanner, text, static_cast<size_t>(end - text));
   scanner->source.cursor.next = text + 1;
   return {TOKEN_SIGIL, CodeValue('@')};
 }
@@ -244,10 +249,10 @@ const char* SkipExponent(const char* text) {
 // A number, most of which are a few digits, or some with a point among them:
 // then its value is the quotient of two numbers that are exact, and so exact to
 // the last bit.
-McToken NumberToken(McScanner* scanner, const char* text) {
+inline McToken NumberToken(McScanner* scanner, const char* text) {
   constexpr size_t SMALL = 9;  // digits of a number that surely fits
-  constexpr double POWERS[] = {1e0, 1e1, 1e2, 1e3, 1e4,
-                               1e5, 1e6, 1e7, 1e8, 1e9};
+  static constexpr double POWERS[] = {1e0, 1e1, 1e2, 1e3, 1e4,
+                                      1e5, 1e6, 1e7, 1e8, 1e9};
   const char* p = text;
   int32_t digits = 0;
   for (; UtIsDigit(*p); p++) {
@@ -371,30 +376,38 @@ McToken EndOfLines(McScanner* scanner) {
   return {TOKEN_END_OF_INPUT, NoValue()};
 }
 
-// What is left when the tokens that a source consists of mostly have been
-// recognised.
-[[gnu::noinline]] McToken RareToken(McScanner* scanner, Start start) {
-  const char* text = scanner->source.cursor.next;
-  switch (start) {
-    case LITERAL: return LiteralToken(scanner);
-    case CHARACTER:
-      if (text[1] == '\0' || text[1] == '\n' || text[2] != '\'') break;
-      scanner->source.cursor.next = text + 3;
-      return {TOKEN_ICONST, IntegerValue(static_cast<uint8_t>(text[1]))};
-    case SIGIL: return SigilToken(scanner, text);
-    case AT: return AtToken(scanner, text);
-    case END: return EndOfLines(scanner);
-    default: break;
+// What may need more than a look at the text. It goes on until it has a token,
+// or hands the text over to McLex where that surely has one.
+[[gnu::noinline]] McToken RareToken(McScanner* scanner, const char* text) {
+  McSrcCursor* cursor = &scanner->source.cursor;
+  cursor->next = text;
+  for (;;) {
+    text = cursor->next;
+    McToken token = SKIPPED;
+    switch (TABLE.start[static_cast<uint8_t>(*text)]) {
+      case FEED: cursor->line++; [[fallthrough]];
+      case BLANK: cursor->next = text + 1; break;
+      case COMMENT: cursor->next = McCommentEnd(text); break;
+      case LITERAL: token = LiteralToken(scanner); break;
+      case CHARACTER:
+        if (text[1] == '\0' || text[1] == '\n' || text[2] != '\'') {
+          SkipStray(scanner);
+          break;
+        }
+        cursor->next = text + 3;
+        return {TOKEN_ICONST, IntegerValue(static_cast<uint8_t>(text[1]))};
+      case SIGIL: return SigilToken(scanner, text);
+      case AT: return AtToken(scanner, text);
+      case END: token = EndOfLines(scanner); break;
+      case NOTHING: SkipStray(scanner); break;
+      case NAME:
+      case DIGIT:
+      case POINT:
+      case SINGLE:
+      case OPERATOR: return McLex(scanner);
+    }
+    if (token.token >= 0) return token;
   }
-  SkipStray(scanner);
-  return SKIPPED;
-}
-
-// The line feed that ends a comment, or the end of the lines at hand.
-const char* CommentEnd(const McScanner* scanner, const char* text) {
-  const char* limit = scanner->source.cursor.limit;
-  const void* feed = memchr(text, '\n', static_cast<size_t>(limit - text));
-  return feed == nullptr ? limit : static_cast<const char*>(feed);
 }
 
 }  // namespace
@@ -404,8 +417,7 @@ McToken McLex(McScanner* scanner) {
   for (;;) {
     if (*text == ' ') text++;
     const auto first = static_cast<uint8_t>(*text);
-    const Start start = TABLE.start[first];
-    switch (start) {
+    switch (TABLE.start[first]) {
       case SINGLE:
         scanner->source.cursor.next = text + 1;
         return {TABLE.token[first], NoValue()};
@@ -418,13 +430,8 @@ McToken McLex(McScanner* scanner) {
         if (UtIsDigit(text[1])) return AnyNumberToken(scanner, text);
         scanner->source.cursor.next = text + 1;
         return {TOKEN_DOT, NoValue()};
-      case COMMENT: text = CommentEnd(scanner, text); continue;
-      default: {
-        scanner->source.cursor.next = text;
-        const McToken token = RareToken(scanner, start);
-        if (token.token >= 0) return token;
-        text = scanner->source.cursor.next;
-      }
+      case COMMENT: text = McCommentEnd(text); continue;
+      default: return RareToken(scanner, text);
     }
   }
 }

@@ -98,7 +98,25 @@ inline size_t McLiteralRun(const char* text) {
 #endif
 }
 
-// Behind the blanks at `text`.
+// The line feed that ends a comment, or the zero byte at the end of the lines
+// at hand.
+inline const char* McCommentEnd(const char* text) {
+#ifdef __SSE2__
+  for (;; text += 16) {
+    const __m128i bytes =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const auto ends = static_cast<unsigned>(_mm_movemask_epi8(
+        _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')),
+                     _mm_cmpeq_epi8(bytes, _mm_setzero_si128()))));
+    if (ends != 0) return text + __builtin_ctz(ends);
+  }
+#else
+  while (*text != '\n' && *text != '\0') text++;
+  return text;
+#endif
+}
+
+// After the blanks at `text`.
 inline const char* McSkipBlanks(const char* text) {
 #ifdef __SSE2__
   for (;; text += 16) {

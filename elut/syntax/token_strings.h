@@ -102,21 +102,9 @@ struct McNameKey {
   }
 };
 
-// The name with that key, `length` characters long; only short names have one
-// that tells everything. Throws bad_alloc.
+// The name that is `length` characters long. Throws bad_alloc.
 [[nodiscard]] McName* McNameSearch(McTokenStrings* strings, const char* text,
                                    size_t length);
-
-[[nodiscard]] inline McName* McNameOfKey(McTokenStrings* strings,
-                                         const McNameKey& key, const char* text,
-                                         size_t length) {
-  // Nearly every word of a source stands in its first slot.
-  McName* name = strings->names.first(key.hash());
-  if (name != nullptr && name->key[0] == key.first && name->key[1] == key.last)
-      [[likely]]
-    return name;
-  return McNameSearch(strings, text, length);
-}
 
 // A text with room for `length` characters, empty for now. Throws bad_alloc.
 [[nodiscard]] McTokenText* McTokenTextNew(McTokenStrings* strings,
