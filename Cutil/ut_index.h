@@ -38,13 +38,13 @@ inline bool UtIsEmpty(const UtNumbered& entry) {
   return entry.empty();
 }
 
-template <class Entry>
+template <class Entry, size_t SLOTS_PER_ENTRY = 2>
 class UtIndex {
  public:
   // Makes sure that one more entry fits. Throws bad_alloc, with the index as
   // it was. Slots that were handed out before are gone.
   void make_room(size_t fewest_slots = 16) {
-    if ((used_ + 1) * 2 <= slots_.size()) return;
+    if ((used_ + 1) * SLOTS_PER_ENTRY <= slots_.size()) return;
     grow(slots_.empty() ? fewest_slots : slots_.size() * 2);
   }
 

@@ -50,6 +50,8 @@ class Recovery {
   McStackEntry* top() const { return top_; }
 
  private:
+  int token() const { return static_cast<int>(ahead_->token); }
+
   bool push(int state) {
     top_++;
     top_->state = state;
@@ -78,7 +80,7 @@ class Recovery {
   }
 
   bool reduce(int rule) {
-    const bool done = RunAction(front_, top_, ahead_->token, rule);
+    const bool done = RunAction(front_, top_, token(), rule);
     top_ -= MC_GRAMMAR.length[rule];
     if (!done) return shift_error();
     return push(MC_GRAMMAR.after(top_->state, MC_GRAMMAR.lhs[rule]));
@@ -100,7 +102,7 @@ class Recovery {
         if (front_->parse.error_flag == 0) return true;
         if (ahead_->token == NO_TOKEN) *ahead_ = McLex(&front_->scanner);
       }
-      const auto step = MC_GRAMMAR.step(top_->state, ahead_->token);
+      const auto step = MC_GRAMMAR.step(top_->state, token());
       switch (step.kind) {
         case McGrammarTables::Step::SHIFT: going_on = shift(step.number); break;
         case McGrammarTables::Step::REDUCE:
@@ -123,7 +125,7 @@ class Recovery {
 #define NEXT_TOKEN()                             \
   do {                                           \
     const McToken next = McLex(&front->scanner); \
-    token = next.token;                          \
+    token = static_cast<int>(next.token);        \
     value = next.value;                          \
   } while (false)
 
@@ -157,7 +159,7 @@ failed_action:
   Recovery recovery(front, stack, top);
   if (!recovery.run()) return ParseEnd::FAILED;
   top = recovery.top();
-  token = front->parse.ahead.token;
+  token = static_cast<int>(front->parse.ahead.token);
   value = front->parse.ahead.value;
   goto resume;
 }

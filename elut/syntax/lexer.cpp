@@ -27,58 +27,63 @@ enum Start : uint8_t {
   BLANK,
   FEED,
   COMMENT,
-  NAME,
+  LOWER,  // a name that begins with a small letter, which no reserved word does
+  UPPER,  // a name or reserved word
   DIGIT,
-  POINT,      // a real number or the character
   LITERAL,    // "
   CHARACTER,  // '
   SIGIL,
   AT,
-  SINGLE,    // a token of its own
-  OPERATOR,  // may be the first of two
+  PUNCTUATION,  // a token of its own, or with the next character
 };
 
 struct StartTable {
   Start start[256] = {};
-  uint8_t token[256] = {};  // of SINGLE, and of OPERATOR when it stands alone
+  uint8_t token[256] = {};  // of PUNCTUATION that stands alone
+  // Characters that may make one token share a bit.
+  uint8_t first[256] = {};
+  uint8_t second[256] = {};
 
   constexpr StartTable() {
     start[0] = END;
     start[' '] = start['\t'] = start['\f'] = BLANK;
     start['\n'] = FEED;
     start['!'] = start['#'] = COMMENT;
-    for (int c = 'A'; c <= 'Z'; c++) start[c] = start[c + 32] = NAME;
+    for (int c = 'A'; c <= 'Z'; c++) start[c] = UPPER;
+    for (int c = 'a'; c <= 'z'; c++) start[c] = LOWER;
     for (int c = '0'; c <= '9'; c++) start[c] = DIGIT;
-    start['.'] = POINT;
     start['"'] = LITERAL;
     start['\''] = CHARACTER;
     start['$'] = start['%'] = start['&'] = SIGIL;
     start['@'] = AT;
-    single(':', TOKEN_COLON);
-    single(';', TOKEN_SEMICOLON);
-    single(',', TOKEN_COMMA);
-    single('[', TOKEN_LEFT_BRACKET);
-    single(']', TOKEN_RIGHT_BRACKET);
-    single('(', TOKEN_LEFT_PAREN);
-    single(')', TOKEN_RIGHT_PAREN);
-    single('{', TOKEN_LEFT_BRACE);
-    single('}', TOKEN_RIGHT_BRACE);
-    pair('+', TOKEN_PLUS);
-    pair('-', TOKEN_MINUS);
-    pair('*', TOKEN_STAR);
-    pair('/', TOKEN_SLASH);
-    pair('=', TOKEN_ASSIGNOP);
-    pair('<', TOKEN_LESS);
-    pair('>', TOKEN_GREATER);
-    token['.'] = TOKEN_DOT;
-  }
-  constexpr void single(int c, int number) {
-    start[c] = SINGLE;
-    token[c] = static_cast<uint8_t>(number);
-  }
-  constexpr void pair(int c, int number) {
-    start[c] = OPERATOR;
-    token[c] = static_cast<uint8_t>(number);
+    constexpr struct {
+      char character;
+      int token;
+    } ALONE[] = {
+        {':', TOKEN_COLON},         {';', TOKEN_SEMICOLON},
+        {',', TOKEN_COMMA},         {'[', TOKEN_LEFT_BRACKET},
+        {']', TOKEN_RIGHT_BRACKET}, {'(', TOKEN_LEFT_PAREN},
+        {')', TOKEN_RIGHT_PAREN},   {'{', TOKEN_LEFT_BRACE},
+        {'}', TOKEN_RIGHT_BRACE},   {'+', TOKEN_PLUS},
+        {'-', TOKEN_MINUS},         {'*', TOKEN_STAR},
+        {'/', TOKEN_SLASH},         {'=', TOKEN_ASSIGNOP},
+        {'<', TOKEN_LESS},          {'>', TOKEN_GREATER},
+        {'.', TOKEN_DOT},
+    };
+    for (const auto& row : ALONE) {
+      start[static_cast<uint8_t>(row.character)] = PUNCTUATION;
+      token[static_cast<uint8_t>(row.character)] =
+          static_cast<uint8_t>(row.token);
+    }
+    constexpr uint8_t EQUALS = 1, STAR = 2, GREATER = 4, NUMBER = 8;
+    first['+'] = first['-'] = first['/'] = first['='] = first['>'] = EQUALS;
+    first['*'] = EQUALS | STAR;
+    first['<'] = EQUALS | GREATER;
+    first['.'] = NUMBER;
+    second['='] = EQUALS;
+    second['*'] = STAR;
+    second['>'] = GREATER;
+    for (int c = '0'; c <= '9'; c++) second[c] = NUMBER;
   }
 };
 
@@ -106,39 +111,6 @@ TokenValue IntegerValue(int32_t integer) {
   return value;
 }
 
-inline McToken OperatorToken(McScanner* scanner, const char* text) {
-  const char second = text[1];
-  scanner->source.cursor.next = text + 2;
-  switch (text[0]) {
-    case '+':
-      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(1)};
-      break;
-    case '-':
-      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(2)};
-      break;
-    case '/':
-      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(3)};
-      break;
-    case '*':
-      if (second == '*') return {TOKEN_POWER, NoValue()};
-      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(4)};
-      break;
-    case '=':
-      if (second == '=') return {TOKEN_EQUAL, NoValue()};
-      break;
-    case '<':
-      if (second == '=') return {TOKEN_LESS_EQUAL, NoValue()};
-      if (second == '>') return {TOKEN_NOT_EQUAL, NoValue()};
-      break;
-    case '>':
-      if (second == '=') return {TOKEN_GREATER_EQUAL, NoValue()};
-      break;
-  }
-  scanner->source.cursor.next = text + 1;
-  // A "=" alone is an assignment without an operator, whose code is 0.
-  return {TABLE.token[static_cast<uint8_t>(text[0])], NoValue()};
-}
-
 McToken TokenOf(const McName* name) {
   return {name->token, name->value};
 }
@@ -150,18 +122,38 @@ McToken TokenOf(const McName* name) {
   return TokenOf(McNameSearch(&scanner->strings, text, length));
 }
 
+// The name at `text`, whose first character may be any, if it is one of the
+// many that stand in their first slot; nullptr otherwise.
+inline McName* QuickName(McScanner* scanner, const char* text, size_t* length) {
+  const McNameKey key = McShortName(text, length);
+  if (*length == 0) return nullptr;
+  McName* name = scanner->strings.names.first(key.hash());
+  if (name == nullptr || name->key[0] != key.first || name->key[1] != key.last)
+      [[unlikely]]
+    return nullptr;
+  scanner->source.cursor.next = text + *length;
+  return name;
+}
+
 // A name whose first character may be any.
 inline McToken NameToken(McScanner* scanner, const char* text) {
   size_t length;
-  const McNameKey key = McShortName(text, &length);
-  if (length == 0) return AnyNameToken(scanner, text, 1 + McNameRun(text + 1));
-  // Nearly every word of a source stands in its first slot.
-  const McName* name = scanner->strings.names.first(key.hash());
-  if (name == nullptr || name->key[0] != key.first || name->key[1] != key.last)
-      [[unlikely]]
-    return AnyNameToken(scanner, text, length);
-  scanner->source.cursor.next = text + length;
+  const McName* name = QuickName(scanner, text, &length);
+  if (name == nullptr) [[unlikely]]
+    return AnyNameToken(scanner, text, 1 + McNameRun(text + 1));
   return TokenOf(name);
+}
+
+// The same for one that begins with a small letter: what it is does not wait
+// for the look-up.
+inline McToken SmallNameToken(McScanner* scanner, const char* text) {
+  size_t length;
+  McName* name = QuickName(scanner, text, &length);
+  if (name == nullptr) [[unlikely]]
+    return AnyNameToken(scanner, text, 1 + McNameRun(text + 1));
+  TokenValue value;
+  value.name = name;
+  return {TOKEN_IDENT, value};
 }
 
 McToken SigilToken(McScanner* scanner, const char* text) {
@@ -248,31 +240,74 @@ const char* SkipExponent(const char* text) {
 
 // A number, most of which are a few digits, or some with a point among them:
 // then its value is the quotient of two numbers that are exact, and so exact to
-// the last bit.
+// the last bit. Digits are taken together, since a loop over them would end
+// where nobody expects it.
 inline McToken NumberToken(McScanner* scanner, const char* text) {
-  constexpr size_t SMALL = 9;  // digits of a number that surely fits
-  static constexpr double POWERS[] = {1e0, 1e1, 1e2, 1e3, 1e4,
-                                      1e5, 1e6, 1e7, 1e8, 1e9};
-  const char* p = text;
-  int32_t digits = 0;
-  for (; UtIsDigit(*p); p++) {
-    if (p - text == SMALL) return AnyNumberToken(scanner, text);
-    digits = digits * 10 + (*p - '0');
+  static constexpr double POWERS[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
+  const McDigits whole = McTakeDigits(text);
+  const char* end = text + whole.count;
+  // Exponents and suffixes begin with a letter, as does what follows 0x; another
+  // number begins with a digit that is not octal.
+  if (whole.count == McDigits::MANY || UtIsLetter(*end) ||
+      (*text == '0' && whole.count > 1)) [[unlikely]]
+    return AnyNumberToken(scanner, text);
+  if (*end != '.' || !UtIsDigit(end[1])) {
+    scanner->source.cursor.next = end;
+    return {TOKEN_ICONST, IntegerValue(static_cast<int32_t>(whole.value))};
   }
-  const char* whole = p;
-  if (*p == '.' && UtIsDigit(p[1])) {
-    for (p++; UtIsDigit(*p); p++) {
-      if (p - text > static_cast<ptrdiff_t>(SMALL))
-        return AnyNumberToken(scanner, text);
-      digits = digits * 10 + (*p - '0');
-    }
+  const McDigits places = McTakeDigits(end + 1);
+  end += 1 + places.count;
+  if (places.count == McDigits::MANY || UtIsLetter(*end)) [[unlikely]]
+    return AnyNumberToken(scanner, text);
+  const double power = POWERS[places.count];
+  return RealToken(scanner, end, (whole.value * power + places.value) / power);
+}
+
+// Punctuation -----------------------------------------------------------------
+
+// Of two characters, or the first of them alone; or a number that begins with a
+// point.
+[[gnu::noinline]] McToken TwoCharacterToken(McScanner* scanner,
+                                            const char* text) {
+  const char second = text[1];
+  if (text[0] == '.' && UtIsDigit(second)) return AnyNumberToken(scanner, text);
+  scanner->source.cursor.next = text + 2;
+  switch (text[0]) {
+    case '+':
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(1)};
+      break;
+    case '-':
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(2)};
+      break;
+    case '/':
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(3)};
+      break;
+    case '*':
+      if (second == '*') return {TOKEN_POWER, NoValue()};
+      if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(4)};
+      break;
+    case '=':
+      if (second == '=') return {TOKEN_EQUAL, NoValue()};
+      break;
+    case '<':
+      if (second == '=') return {TOKEN_LESS_EQUAL, NoValue()};
+      if (second == '>') return {TOKEN_NOT_EQUAL, NoValue()};
+      break;
+    case '>':
+      if (second == '=') return {TOKEN_GREATER_EQUAL, NoValue()};
+      break;
   }
-  // Exponents and suffixes begin with a letter, as does what follows 0x.
-  if (UtIsLetter(*p)) return AnyNumberToken(scanner, text);
-  if (p != whole) return RealToken(scanner, p, digits / POWERS[p - whole - 1]);
-  if (*text == '0' && p - text > 1) return AnyNumberToken(scanner, text);
-  scanner->source.cursor.next = p;
-  return {TOKEN_ICONST, IntegerValue(digits)};
+  scanner->source.cursor.next = text + 1;
+  return {TABLE.token[static_cast<uint8_t>(text[0])], NoValue()};
+}
+
+inline McToken PunctuationToken(McScanner* scanner, const char* text) {
+  if ((TABLE.first[static_cast<uint8_t>(text[0])] &
+       TABLE.second[static_cast<uint8_t>(text[1])]) != 0)
+    return TwoCharacterToken(scanner, text);
+  scanner->source.cursor.next = text + 1;
+  // A "=" alone is an assignment without an operator, whose code is 0.
+  return {TABLE.token[static_cast<uint8_t>(text[0])], NoValue()};
 }
 
 // Literals ------------------------------------------------------------------
@@ -400,11 +435,10 @@ McToken EndOfLines(McScanner* scanner) {
       case AT: return AtToken(scanner, text);
       case END: token = EndOfLines(scanner); break;
       case NOTHING: SkipStray(scanner); break;
-      case NAME:
+      case LOWER:
+      case UPPER:
       case DIGIT:
-      case POINT:
-      case SINGLE:
-      case OPERATOR: return McLex(scanner);
+      case PUNCTUATION: return McLex(scanner);
     }
     if (token.token >= 0) return token;
   }
@@ -412,25 +446,40 @@ McToken EndOfLines(McScanner* scanner) {
 
 }  // namespace
 
+// Characters of a kind, as labels of a switch.
+#define LETTERS(a, b, c, d, e, f, g, h, i, j, k, l, m)                   \
+  case a: case b: case c: case d: case e: case f: case g: case h: case i: \
+  case j: case k: case l: case m
+#define DIGITS                                                            \
+  case '0': case '1': case '2': case '3': case '4': case '5': case '6':   \
+  case '7': case '8': case '9'
+
 McToken McLex(McScanner* scanner) {
   const char* text = scanner->source.cursor.next;
   for (;;) {
-    if (*text == ' ') text++;
-    const auto first = static_cast<uint8_t>(*text);
-    switch (TABLE.start[first]) {
-      case SINGLE:
-        scanner->source.cursor.next = text + 1;
-        return {TABLE.token[first], NoValue()};
-      case NAME: return NameToken(scanner, text);
-      case OPERATOR: return OperatorToken(scanner, text);
-      case FEED: scanner->source.cursor.line++; [[fallthrough]];
-      case BLANK: text = McSkipBlanks(text + 1); continue;
-      case DIGIT: return NumberToken(scanner, text);
-      case POINT:
-        if (UtIsDigit(text[1])) return AnyNumberToken(scanner, text);
-        scanner->source.cursor.next = text + 1;
-        return {TOKEN_DOT, NoValue()};
-      case COMMENT: text = McCommentEnd(text); continue;
+    // Most tokens have one blank in front of them or none. A branch would be
+    // wrong about that every other time; so both characters are at hand.
+    uint16_t two;
+    memcpy(&two, text, sizeof two);
+    const bool blank = (two & 0xFF) == ' ';
+    const auto first = static_cast<uint8_t>(blank ? two >> 8 : two);
+    text += blank;
+    // One step from the character to its code.
+    switch (first) {
+      LETTERS('a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l', 'm'):
+      LETTERS('n', 'o', 'p', 'q', 'r', 's', 't', 'u', 'v', 'w', 'x', 'y', 'z'):
+        return SmallNameToken(scanner, text);
+      LETTERS('A', 'B', 'C', 'D', 'E', 'F', 'G', 'H', 'I', 'J', 'K', 'L', 'M'):
+      LETTERS('N', 'O', 'P', 'Q', 'R', 'S', 'T', 'U', 'V', 'W', 'X', 'Y', 'Z'):
+        return NameToken(scanner, text);
+      DIGITS: return NumberToken(scanner, text);
+      case ':': case ';': case ',': case '[': case ']': case '(': case ')':
+      case '{': case '}': case '+': case '-': case '*': case '/': case '=':
+      case '<': case '>': case '.':
+        return PunctuationToken(scanner, text);
+      case '\n': scanner->source.cursor.line++; [[fallthrough]];
+      case ' ': case '\t': case '\f': text = McSkipBlanks(text + 1); continue;
+      case '!': case '#': text = McCommentEnd(text); continue;
       default: return RareToken(scanner, text);
     }
   }

@@ -132,3 +132,38 @@ inline const char* McSkipBlanks(const char* text) {
   return text;
 #endif
 }
+
+// The digits at `text`, as a number and how many there are; MANY for 8 and more.
+struct McDigits {
+  static constexpr size_t MANY = 8;
+  uint32_t value;
+  size_t count;
+};
+
+inline McDigits McTakeDigits(const char* text) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  uint64_t bytes;
+  memcpy(&bytes, text, sizeof bytes);
+  // The first digit is in the lowest byte. A byte that is none gets its top bit.
+  uint64_t digits = bytes ^ 0x3030303030303030;
+  const uint64_t others =
+      ((digits + 0x7676767676767676) | digits) & 0x8080808080808080;
+  if (others == 0) return {0, McDigits::MANY};
+  const auto bits = static_cast<unsigned>(__builtin_ctzll(others)) & ~7u;
+  if (bits == 0) return {0, 0};
+  // Zeros in front, then neighbours are joined: 8 digits, 4 pairs, 2 fours.
+  digits <<= 64 - bits;
+  digits = digits * 10 + (digits >> 8);
+  digits = ((digits & 0x000000FF000000FF) * 0x000F424000000064 +
+            ((digits >> 16) & 0x000000FF000000FF) * 0x0000271000000001) >>
+           32;
+  return {static_cast<uint32_t>(digits), bits / 8};
+#else
+  McDigits digits = {0, 0};
+  for (; digits.count < McDigits::MANY && UtIsDigit(text[digits.count]);
+       digits.count++)
+    digits.value = digits.value * 10 +
+                   static_cast<uint32_t>(text[digits.count] - '0');
+  return digits;
+#endif
+}

@@ -33,7 +33,7 @@ union TokenValue {
 // A token: its number in the grammar, and what comes with it. Small enough to
 // be handed back in registers.
 struct McToken {
-  int token;
+  int64_t token;
   TokenValue value;
 };
 
@@ -84,7 +84,7 @@ struct McTokenStrings {
   McTokenStrings(const McTokenStrings&) = delete;
   McTokenStrings& operator=(const McTokenStrings&) = delete;
 
-  UtIndex<McName*> names;
+  UtIndex<McName*, 4> names;
   UtArena* arena = &own_arena;  // of names and texts; outlives them
   UtArena own_arena;            // of reserved words
 };
