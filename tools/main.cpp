@@ -1,0 +1,85 @@
+// quillo-tools: one program, a command per job over the compiler's own front
+// end. This file knows the options that stand before a command and what a wrong
+// one is answered with; the rest is in the commands.
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "tools/command.h"
+#include "tools/suggest.h"
+
+namespace {
+
+std::string Hint(const std::string& near) {
+  return near.empty() ? near : "did you mean '" + near + "'?\n";
+}
+
+// The option that a word that is nobody's was meant for.
+std::string OptionHint(const CLI::App& app, const CLI::Error& error) {
+  const std::string text = error.what();
+  const size_t colon = text.rfind(": ");
+  if (colon == std::string::npos) return {};
+  std::string word = text.substr(colon + 2);
+  word = word.substr(0, word.find_first_of(" ="));
+  if (word.empty() || word[0] != '-') return {};
+  const CLI::App* scope = &app;
+  for (const CLI::App* chosen : app.get_subcommands()) scope = chosen;
+  std::vector<std::string> names;
+  for (const CLI::Option* option : scope->get_options())
+    for (const std::string& name : option->get_lnames())
+      names.push_back("--" + name);
+  return Hint(ToolNearest(word, names));
+}
+
+int Misused(const std::string& what, const std::string& hint) {
+  std::fprintf(stderr,
+               "quillo-tools: %s\n%s"
+               "Run with --help for more information.\n",
+               what.c_str(), hint.c_str());
+  return TOOL_TROUBLE;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app("Tools round the compiled files and the sources of quillo.",
+               "quillo-tools");
+  app.set_version_flag("--version", "quillo-tools " QUILLO_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough(false);
+  int status = TOOL_FINE;
+  for (const ToolCommand* command = ToolCommands(); *command; ++command)
+    (*command)(&app, &status);
+  // Asked before the options are read, whose first complaint would be that
+  // there is no command at all.
+  if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1])) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands(nullptr))
+      names.push_back(command->get_name());
+    return Misused("there is no command '" + std::string(argv[1]) + "'",
+                   Hint(ToolNearest(argv[1], names)));
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    return Misused(error.what(), OptionHint(app, error));
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    std::fputs("quillo-tools: cannot write the output\n", stderr);
+    return TOOL_TROUBLE;
+  }
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    std::fputs("quillo-tools: out of memory\n", stderr);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quillo-tools: %s\n", error.what());
+  }
+  return TOOL_TROUBLE;
+}
