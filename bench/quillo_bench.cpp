@@ -17,7 +17,6 @@
 #include "Cutil/codes.h"
 #include "bench/generate.h"
 #include "elut/compile/parse.h"
-#include "elut/compile/parse_state.h"
 #include "elut/files/mask_file.h"
 #include "elut/files/program_file.h"
 #include "elut/grammar.h"
@@ -48,107 +47,103 @@ void CountBytes(benchmark::State& state) {
                              benchmark::Counter::kInvert);
 }
 
-// A source file that is open for a compile, as the driver opens it.
-class OpenSource {
- public:
+// A compile of a source file, opened as the driver opens it.
+struct OpenSource {
   explicit OpenSource(const std::string& file) {
-    McSrcReset();
-    McParseReset();
-    Check(McSrcOpen(file.c_str(), &lines_));
+    Check(McSrcOpen(&front.scanner.source, file.c_str()));
   }
-  ~OpenSource() {
-    McSrcReset();
-    McTokenStringsFree();
-  }
-  McLineStore* lines() { return &lines_; }
 
- private:
-  McLineStore lines_;
+  Channels channels;
+  McReportPrinter printer{&channels};
+  McSrcFiles disk;
+  McRun run;
+  McFront front{&run, &disk, &printer};
 };
 
 void Scan(benchmark::State& state) {
   for (auto _ : state) {
     OpenSource source(files.program);
+    McScanner* scanner = &source.front.scanner;
     TokenValue value;
-    for (int token; (token = McLex(&value)) != 0;)
-      if (token == TOKEN_SCONST) McTokenTextRelease(value.text);
+    for (int token; (token = McLex(scanner, &value)) != 0;)
+      if (token == TOKEN_SCONST)
+        McTokenTextRelease(&scanner->strings, value.text);
   }
   CountBytes(state);
 }
 
-McProgram* ParsedProgram() {
+UtPtr<McProgram> ParsedProgram() {
   OpenSource source(files.program);
-  McProgram* program = McProgramCreate();
-  Check(McParseProgram(program, source.lines()));
-  Check(McResolveCalls(program));
-  Check(McCompileEnter(nullptr));
+  UtPtr<McProgram> program = McProgramCreate();
+  Check(McParseProgram(&source.front, program.get()));
+  Check(McResolveCalls(program.get()));
   return program;
 }
 
 void Parse(benchmark::State& state) {
   for (auto _ : state) {
-    McProgram* program = ParsedProgram();
+    UtPtr<McProgram> program = ParsedProgram();
     state.PauseTiming();
-    McProgramFree(&program);
+    program.reset();
     state.ResumeTiming();
   }
   CountBytes(state);
 }
 
 void Write(benchmark::State& state, int transport) {
-  McProgram* program = ParsedProgram();
+  const UtPtr<McProgram> program = ParsedProgram();
   for (auto _ : state)
-    Check(McXdrWriteToFile(program, transport, files.compiled.c_str()));
-  McProgramFree(&program);
+    Check(McXdrWriteToFile(program.get(), transport, files.compiled.c_str()));
   CountBytes(state);
 }
 
 void Read(benchmark::State& state, int transport) {
-  McProgram* program = ParsedProgram();
-  Check(McXdrWriteToFile(program, transport, files.compiled.c_str()));
+  UtPtr<McProgram> program = ParsedProgram();
+  Check(McXdrWriteToFile(program.get(), transport, files.compiled.c_str()));
   for (auto _ : state) {
     state.PauseTiming();
-    McProgramFree(&program);
+    program.reset();
     state.ResumeTiming();
     Check(McXdrReadFromFile(files.compiled.c_str(), &program));
   }
-  McProgramFree(&program);
   CountBytes(state);
 }
 
-void ParseMasksInto(EditorList* list) {
-  OpenSource source(files.masks);
-  Check(MaskParseDefinition(list, source.lines()));
-}
+// Masks of the benchmarks' source.
+struct Masks {
+  Masks() {
+    OpenSource source(files.masks);
+    Check(MaskParseDefinition(&source.front, &list));
+  }
+  AttributeNames names;
+  EditorList list{&names};
+};
 
 void ParseMasks(benchmark::State& state) {
   for (auto _ : state) {
-    EditorList list;
-    ParseMasksInto(&list);
+    Masks masks;
     state.PauseTiming();
-    MaskListFree(&list);
+    MaskListFree(&masks.list);
     state.ResumeTiming();
   }
   CountBytes(state);
 }
 
 void WriteMasks(benchmark::State& state, int transport) {
-  EditorList list;
-  ParseMasksInto(&list);
+  Masks masks;
   for (auto _ : state)
-    Check(MaskListWrite(&list, transport, files.compiled.c_str()));
+    Check(MaskListWrite(&masks.list, transport, files.compiled.c_str()));
   CountBytes(state);
 }
 
 void ReadMasks(benchmark::State& state, int transport) {
-  EditorList list;
-  ParseMasksInto(&list);
-  Check(MaskListWrite(&list, transport, files.compiled.c_str()));
+  Masks masks;
+  Check(MaskListWrite(&masks.list, transport, files.compiled.c_str()));
   for (auto _ : state) {
     state.PauseTiming();
-    MaskListFree(&list);
+    MaskListFree(&masks.list);
     state.ResumeTiming();
-    Check(MaskListRead(files.compiled.c_str(), &list));
+    Check(MaskListRead(files.compiled.c_str(), &masks.list));
   }
   CountBytes(state);
 }
@@ -188,7 +183,6 @@ void WriteSource(const std::string& file, const std::string& text) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  Check(ChannelBind(1, CHANNEL_STDERR, 0));
 
   std::string directory =
       (std::filesystem::temp_directory_path() / "quillo-bench-XXXXXX").string();

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/xd_support.h"
+#include "xd_support.h"
 
 namespace {
 
@@ -68,20 +68,18 @@ TEST(XdMain, ItemsCrossBuffers) {
   }
 }
 
-struct TextCase {
-  const char* text;
-  std::string_view plain, xdr;
-};
-constexpr TextCase TEXTS[] = {
-    {nullptr, "FF FF FF FF", "FF FF FF FF"},
-    {"", "00 00 00 00", "00 00 00 00"},
-    {"ab", "00 00 00 02 61 62", "00 00 00 02 00 00 00 02 61 62 00 00"},
-    {"abcd", "00 00 00 04 61 62 63 64", "00 00 00 04 00 00 00 04 61 62 63 64"},
-};
-
 TEST(XdMain, Texts) {
+  constexpr struct {
+    const char *text, *plain, *xdr;
+  } TEXTS[] = {
+      {nullptr, "FF FF FF FF", "FF FF FF FF"},
+      {"", "00 00 00 00", "00 00 00 00"},
+      {"ab", "00 00 00 02 61 62", "00 00 00 02 00 00 00 02 61 62 00 00"},
+      {"abcd", "00 00 00 04 61 62 63 64",
+       "00 00 00 04 00 00 00 04 61 62 63 64"},
+  };
   for (const XdTransport transport : BOTH)
-    for (const TextCase& row : TEXTS) {
+    for (const auto& row : TEXTS) {
       const char* text = row.text;
       UtArena arena;
       const auto item = [&](XdStream* xd) { return XdText(xd, &arena, &text); };
@@ -91,39 +89,35 @@ TEST(XdMain, Texts) {
     }
 }
 
-struct RefusedText {
-  XdTransport transport;
-  uint64_t requests;  // for memory, until the text is refused
-  std::string_view bytes;
-};
-constexpr RefusedText REFUSED_TEXTS[] = {
-    // Longer than the file; with zero bytes; with two lengths that differ.
-    {XD_TRANSPORT_PLAIN, 0, "00 00 00 03 61 62"},
-    {XD_TRANSPORT_XDR, 0, "FF FF FF FE 00 00 00 02 61 62 00 00"},
-    {XD_TRANSPORT_PLAIN, 1, "00 00 00 02 61 00"},
-    {XD_TRANSPORT_XDR, 1, "00 00 00 02 00 00 00 01 61 00 00 00"},
-    {XD_TRANSPORT_XDR, 1, "00 00 00 02 FF FF FF FF 61 62 63 00"},
-};
-
 TEST(XdMain, RefusedTexts) {
-  for (const auto& [transport, requests, hex] : REFUSED_TEXTS) {
+  // Transport, requests for memory until the text is refused, bytes: longer
+  // than the file; with zero bytes; with two lengths that differ; filled up
+  // with something.
+  constexpr char ROWS[] = R"(
+    4 | 0 | 00 00 00 03 61 62 ;; 1 | 0 | FF FF FF FE 00 00 00 02 61 62 00 00
+    4 | 1 | 00 00 00 02 61 00 ;; 1 | 1 | 00 00 00 02 00 00 00 01 61 00 00 00
+    1 | 1 | 00 00 00 02 FF FF FF FF 61 62 63 00
+    1 | 1 | 00 00 00 02 00 00 00 02 61 62 00 01
+    1 | 1 | 00 00 00 02 00 00 00 02 61 62 01 00)";
+  for (const auto& [transport, requests, hex] : Rows<3>(ROWS)) {
     char* text = nullptr;
     UtFailAllocation(2);  // what is pending tells how many there were
-    const auto left = XdReadFrom(transport, FromHex(hex), [&](XdStream* xd) {
-      return XdString(xd, &text);
-    });
-    EXPECT_EQ(UtPendingFault(), 2 - requests) << hex;
+    const auto left =
+        XdReadFrom(XdTransport(stoi(transport)), FromHex(hex),
+                   [&](XdStream* xd) { return XdString(xd, &text); });
+    EXPECT_EQ(UtPendingFault(), 2 - stoul(requests)) << hex;
     EXPECT_TRUE(left == XD_FAILED && text == nullptr) << hex;
     UtFailAllocation(0);
   }
 }
 
 TEST(XdMain, TextsInBuffers) {
-  for (const size_t length : {0U, 31U, 32U}) {
+  for (const size_t length : {0U, 31U, 32U, 40U}) {
     std::string source(length, 'n');
     const std::string bytes = XdWritten(XD_TRANSPORT_XDR, [&](XdStream* xd) {
       return XdStringBuf(xd, source.data(), 40);
     });
+    EXPECT_EQ(bytes == "failed", length == 40);
     char buffer[32] = "?";
     const auto left = XdReadFrom(XD_TRANSPORT_XDR, bytes, [&](XdStream* xd) {
       return XdStringBuf(xd, buffer, sizeof buffer);
@@ -131,6 +125,41 @@ TEST(XdMain, TextsInBuffers) {
     EXPECT_EQ(left, length < 32 ? 0 : XD_FAILED);
     EXPECT_EQ(buffer, length < 32 ? source : "?");
   }
+}
+
+// A narrow item of XDR that is too wide would be another when written again.
+TEST(XdMain, RefusedNumbers) {
+  // What takes a word: u8, i8, u16 and i16.
+  constexpr char ROWS[] = R"(
+    000000FF | 1011 ;; 00000100 | 0011 ;; 00000080 | 1011 ;; FFFFFF80 | 0101
+    FFFFFF7F | 0001 ;; 0000FFFF | 0010 ;; 00010000 | 0000 ;; 00008000 | 0010
+    FFFF8000 | 0001 ;; FFFF7FFF | 0000)";
+  for (const auto& [word, expected] : Rows<2>(ROWS)) {
+    std::string taken;
+    const auto take = [&](auto primitive, auto value) {
+      const auto item = [&](XdStream* xd) { return primitive(xd, &value); };
+      taken +=
+          XdReadFrom(XD_TRANSPORT_XDR, FromHex(word), item) == 0 ? '1' : '0';
+    };
+    take(XdUChar, uint8_t{});
+    take(XdChar, int8_t{});
+    take(XdUShort, uint16_t{});
+    take(XdShort, int16_t{});
+    EXPECT_EQ(expected, taken) << word;
+  }
+}
+
+// A stream that reads tells where in the file it failed first, and why.
+TEST(XdMain, Failures) {
+  XdStream xd;
+  XdCreatePlain(&xd, std::string_view("\0\0\0\7abc", 7), 100);
+  char* text;
+  EXPECT_FALSE(XdString(&xd, &text));
+  EXPECT_STREQ("a count of more than the file holds", xd.failed);
+  EXPECT_EQ(104u, xd.failed_at);
+  uint32_t word;
+  EXPECT_FALSE(XdULong(&xd, &word));
+  EXPECT_EQ(104u, xd.failed_at);
 }
 
 }  // namespace

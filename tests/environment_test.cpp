@@ -1,54 +1,81 @@
 #include "services/environment.h"
 
-#include "tests/file_tree.h"
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "file_tree.h"
+#include "rows.h"
+
+// The host's name as a test wants it, in the place of the system's.
+static std::string host_name = "host";
+
+extern "C" int gethostname(char* name, size_t size) noexcept {
+  strncpy(name, host_name.c_str(), size);
+  if (host_name.size() < size) return 0;
+  errno = ENAMETOOLONG;
+  return -1;
+}
 
 namespace {
 
 using Environment = FileTree;
 
-struct JoinCase {
-  const char *head, *tail, *joined;  // "*": the current directory
-};
-constexpr JoinCase JOINS[] = {
-    {"a", "b", "a/b"},       {"a\\", "b", "a\\b"},    {"", "b", "/b"},
-    {"a", "", "a/"},         {"a", "/b", "/b"},       {"a", "\\b", "\\b"},
-    {"a", "c:/b", "c:/b"},   {"a", "C:\\b", "C:\\b"}, {"a", "c:b", "a/c:b"},
-    {"a", "1:/b", "a/1:/b"}, {"a", "./b", "*/b"},     {"a", ".\\b", "*\\b"},
-    {"a", ".b", "a/.b"},     {"a", "../b", "a/../b"},
-};
-
 TEST_F(Environment, JoinsPaths) {
-  for (const JoinCase& row : JOINS) {
-    std::string expected = row.joined;
-    if (expected[0] == '*') expected.replace(0, 1, root());
-    UtString joined;
-    EXPECT_EQ(RC_OK, PathJoin(row.head, row.tail, &joined));
-    EXPECT_STREQ(expected.c_str(), joined.c_str()) << row.head << row.tail;
+  // "*" is the current directory.
+  constexpr char ROWS[] = R"(
+    a | b | a/b ;; a\ | b | a\b ;; a/ | b | a/b ;; | b | /b ;; a | | a/
+    a | /b | /b ;; a | \b | \b ;; a | c:/b | c:/b ;; a | C:\b | C:\b
+    a | c:b | a/c:b ;; a | 1:/b | a/1:/b ;; a | ./b | */b ;; a | .\b | *\b
+    a | .b | a/.b ;; a | ../b | a/../b ;; a | ./ | */ ;; a | . | a/.)";
+  WorkingDirectory directory;
+  for (auto [head, tail, joined] : Rows<3>(ROWS)) {
+    if (joined[0] == '*') joined.replace(0, 1, root());
+    EXPECT_EQ(joined, directory.join(head.c_str(), tail.c_str()).c_str())
+        << head << tail;
   }
+  std::filesystem::current_path("/");
+  EXPECT_EQ(root() + "/b", directory.join("a", "./b").c_str()) << "taken once";
+  WorkingDirectory top;
+  EXPECT_EQ("/b", top.join("a", "./b"));
+}
+
+TEST_F(Environment, LongDirectories) {
+  std::filesystem::path path = root();
+  for (int i = 0; i < 3; i++) path /= std::string(200, 'd');
+  std::filesystem::create_directories(path);
+  std::filesystem::current_path(path);
+  EXPECT_EQ(path.string(), WorkingDirectory().path().c_str());
+  std::filesystem::remove_all(path);
+  EXPECT_EQ(".", WorkingDirectory().path());
 }
 
 TEST_F(Environment, TestsPaths) {
   std::filesystem::create_directory("d:\\");
   std::filesystem::create_directory("\\\\host\\share");
-  for (const char* path : {"d:", "//host/share", "\\\\host/share", "//"})
-    EXPECT_TRUE(PathIsDirectory(path)) << path;
-  for (const char* path : {"", "e:", "//host/other"})
+  write("file", "");
+  make_pipe("pipe");
+  for (const char* path : {".", "d:", "//host/share", "\\\\host/share", "//"})
+    EXPECT_TRUE(PathIsDirectory(path) && !PathIsFile(path)) << path;
+  for (const char* path : {"", "e:", "//host/other", "none"})
     EXPECT_FALSE(PathIsDirectory(path) || PathIsFile(path)) << path;
+  for (const char* path : {"file", "pipe"})
+    EXPECT_TRUE(!PathIsDirectory(path) && PathIsFile(path)) << path;
 }
 
-TEST_F(Environment, ReadsRegularFilesOnly) {
-  UtString text;
-  // A file whose size the system states as 0.
-  EXPECT_EQ(RC_OK, FileReadWhole("/proc/self/maps", &text));
-  EXPECT_LT(1000u, text.size());
-
-  make_pipe("pipe");
-  write("sparse", "");
-  std::filesystem::resize_file("sparse", uintmax_t{1} << 30);
-  for (const char* path : {"pipe", ".", "missing", "sparse", "/dev/zero", ""}) {
-    EXPECT_EQ(RC_CANNOT_OPEN, FileReadWhole(path, &text)) << path;
-    EXPECT_EQ(0u, text.size()) << path;
+TEST_F(Environment, Values) {
+  set_environment("HD_U", "");
+  EXPECT_STREQ("", EnvValue("HD_U", "x"));
+  set_environment("HD_U", nullptr);
+  EXPECT_STREQ("x", EnvValue("HD_U", "x"));
+  for (const size_t length : {1u, 31u, 32u, 64u}) {
+    host_name.assign(length, 'h');
+    char name[HOST_NAME_BYTES] = "?";
+    EXPECT_EQ(length < 32, EnvHostName(name));
+    EXPECT_EQ(length < 32 ? host_name : "", name);
   }
+  host_name = "host";
 }
 
 }  // namespace

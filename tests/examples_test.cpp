@@ -6,7 +6,7 @@
 
 #include "file_tree.h"
 #include "quillo_run.h"
-#include "xd_support.h"
+#include "rows.h"
 
 namespace {
 

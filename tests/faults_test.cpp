@@ -5,14 +5,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 
-#include <functional>
-
-#include "Cutil/codes.h"
-#include "Cutil/ut_memory.h"
-#include "elut/compile/parse.h"
-#include "elut/files/mask_file.h"
-#include "elut/files/program_file.h"
-#include "elut/syntax/token_strings.h"
+#include "compile.h"
 #include "file_tree.h"
 #include "quillo_run.h"
 
@@ -23,8 +16,7 @@ using std::filesystem::exists;
 // Runs `work` with the first, the second, the third ... allocation failing
 // until it needs no more of them. `judge` gets its result, and whether one
 // failed.
-template <class Work, class Judge>
-void EachAllocationFails(Work work, Judge judge) {
+void EachAllocationFails(auto work, auto judge) {
   for (uint64_t nth = 1;; nth++) {
     UtFailAllocation(nth);
     const auto result = work();
@@ -50,12 +42,23 @@ class FileLimit {
   rlimit old_;
 };
 
-// What can be done to a compiled file of either kind.
-struct FileOperations {
-  std::function<int(int transport, const char* path)> write;
-  std::function<int(const char* path)> read;  // and release
-  bool removed;                               // a file that is not complete
-};
+int Store(McProgram* program, int transport, const char* path) {
+  return McXdrWriteToFile(program, transport, path);
+}
+int Store(EditorList* masks, int transport, const char* path) {
+  return MaskListWrite(masks, transport, path);
+}
+int ReadBack(McProgram*, const std::string& bytes) {
+  UtPtr<McProgram> program;
+  return McXdrReadFromBytes(bytes, &program);
+}
+int ReadBack(EditorList*, const std::string& bytes) {
+  McRun run;
+  EditorList masks(&run.attribute_names);
+  const int code = MaskListReadFromBytes(bytes, &masks);
+  EXPECT_TRUE(code == RC_OK || run.attribute_names.count() == 0);
+  return code;
+}
 
 class Faults : public FileTree {
  protected:
@@ -71,9 +74,7 @@ class Faults : public FileTree {
     programs_ = Examples(".mac");
     programs_.push_back("large.mac");
     signal(SIGXFSZ, SIG_IGN);
-    ForgetRuns();
   }
-  ~Faults() override { ForgetRuns(); }
 
   // Every allocation of a run. The output is removed first: writing over an old
   // file would wait for the disk.
@@ -82,7 +83,6 @@ class Faults : public FileTree {
                         const char* output) {
     SCOPED_TRACE(source);
     const auto run = [&] {
-      ForgetRuns();
       std::filesystem::remove(output);
       std::vector<std::string> arguments = {"-o", "a", source};
       arguments.insert(arguments.begin(), options.begin(), options.end());
@@ -113,57 +113,39 @@ class Faults : public FileTree {
     });
   }
 
-  // Every byte and every allocation of writing, every allocation of reading.
-  static void check_file(const FileOperations& file) {
-    const auto write = [&](int transport, const char* path) {
-      std::filesystem::remove(path);
-      return file.write(transport, path);
-    };
-    constexpr std::pair<int, const char*> FILES[] = {
-        {XD_TRANSPORT_XDR, "xdr"}, {XD_TRANSPORT_PLAIN, "plain"}};
-    for (const auto& [transport, good] : FILES) {
-      ASSERT_EQ(RC_OK, write(transport, good));
-      const std::string bytes = ReadWhole(good).value();
+  // Every byte and every allocation of writing, every allocation of reading. A
+  // file that is not complete is not there, or is there as far as it goes.
+  static void check_file(auto* model, bool in_parts) {
+    for (const int transport : {XD_TRANSPORT_XDR, XD_TRANSPORT_PLAIN}) {
+      const std::string bytes = Written(model, transport);
+      const auto write = [&] {
+        std::filesystem::remove("cut");
+        return Store(model, transport, "cut");
+      };
       for (size_t n = 0; n < bytes.size(); n += n < 4200 ? 1 : 509) {
         int code;
         {
           const FileLimit limit(n);
-          code = write(transport, "cut");
+          code = write();
         }
-        ASSERT_EQ(n < 8 ? RC_HEADER_WRITE : RC_BODY_FAILED, code) << n;
-        ASSERT_EQ(
-            file.removed ? std::nullopt : std::optional(bytes.substr(0, n)),
-            ReadWhole("cut"));
+        ASSERT_EQ(n < 8 ? 6198 : 3016, code) << n;
+        ASSERT_EQ(in_parts && n >= 8 ? std::optional(bytes.substr(0, n))
+                                     : std::nullopt,
+                  ReadWhole("cut"));
       }
-      EachAllocationFails([&] { return write(transport, "cut"); },
-                          [&](int code, bool struck) {
-                            EXPECT_EQ(struck ? RC_BODY_FAILED : RC_OK, code);
-                            EXPECT_EQ(!struck || !file.removed, exists("cut"));
-                          });
-    }
-    // What was written is not needed any more: names may get other numbers.
-    for (const auto& [transport, good] : FILES)
+      EachAllocationFails(write, [&](int code, bool struck) {
+        EXPECT_EQ(struck ? 3016 : 0, code);
+        const std::string part = ReadWhole("cut").value_or("");
+        EXPECT_EQ(bytes.substr(0, part.size()), part);
+        EXPECT_TRUE(struck ? in_parts || !exists("cut") : part == bytes);
+      });
       EachAllocationFails(
-          [&, path = good] {
-            AttributeNamesReset();
-            return file.read(path);
-          },
-          [](int code, bool struck) {
-            EXPECT_EQ(struck ? RC_BODY_FAILED : RC_OK, code);
-          });
-  }
-
-  // Parses a source with one of the entries.
-  template <class Product>
-  static void parse(const std::string& source, Product* product,
-                    int (*entry)(Product*, McLineStore*)) {
-    McLineStore lines;
-    McSrcReset();
-    ASSERT_EQ(RC_OK, McSrcOpen(source.c_str(), &lines));
-    ASSERT_EQ(RC_OK, entry(product, &lines));
-    ASSERT_EQ(RC_OK, McCompileEnter(nullptr));
-    McTokenStringsFree();
-    McSrcReset();
+          [&] { return ReadBack(model, bytes); },
+          [](int code, bool struck) { EXPECT_EQ(struck ? 3016 : 0, code); });
+    }
+    std::filesystem::remove("cut");
+    // The examples, large.mac, and nothing that was written beside its target.
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator("."), {}));
   }
 
   std::vector<std::string> programs_;
@@ -178,42 +160,18 @@ TEST_F(Faults, EachAllocationOfARun) {
     check_run(source, {"-w", "-cg"}, "a.cg");
 }
 
-TEST_F(Faults, ProgramFiles) {
-  for (const std::string& source : programs_) {
+TEST_F(Faults, Files) {
+  std::vector<std::string> sources = Examples(".msk");
+  sources.insert(sources.end(), programs_.begin(), programs_.end());
+  for (const std::string& source : sources) {
     SCOPED_TRACE(source);
-    McProgram* program = McProgramCreate();
-    parse(source, program, McParseProgram);
-    check_file({
-        [&](int transport, const char* path) {
-          return McXdrWriteToFile(program, transport, path);
-        },
-        [](const char* path) {
-          McProgram* read;
-          const int code = McXdrReadFromFile(path, &read);
-          McProgramFree(&read);
-          return code;
-        },
-        true,
-    });
-    McProgramFree(&program);
-  }
-}
-
-TEST_F(Faults, MaskFiles) {
-  for (const std::string& source : Examples(".msk")) {
-    SCOPED_TRACE(source);
-    EditorList list;
-    parse(source, &list, MaskParseDefinition);
-    check_file({
-        [&](int transport, const char* path) {
-          return MaskListWrite(&list, transport, path);
-        },
-        [](const char* path) {
-          EditorList read;
-          return MaskListRead(path, &read);
-        },
-        false,
-    });
+    McSrcFiles disk;
+    Compile compile(nullptr, &disk);
+    ASSERT_EQ(RC_OK, compile.compile(source)) << compile.reports.text;
+    if (source.ends_with(".msk"))
+      check_file(&compile.masks, true);
+    else
+      check_file(&compile.program, false);
   }
 }
 

@@ -1,8 +1,8 @@
 #include "elut/model/mask_events.h"
 
-#include <sstream>
+#include <gtest/gtest.h>
 
-#include "mask_support.h"
+#include <sstream>
 
 namespace {
 
@@ -20,29 +20,6 @@ TEST(MaskEvents, KeyNames) {
   for (uint32_t code; keys >> name >> code;)
     EXPECT_EQ(code, McKeyLookup(name.c_str())) << name;
   EXPECT_EQ(0u, McKeyLookup(""));
-}
-
-struct JoinCase {
-  EventSpec left, right;
-  uint32_t mask, key;
-};
-const JoinCase JOINS[] = {
-    {MaskEvent(EVENT_ENTER), MaskKeyEvent(13), 0x9, 13},
-    {MaskKeyEvent(13), MaskEvent(EVENT_ENTER), 0x9, 13},
-    {MaskKeyEvent(13), MaskKeyEvent(27), 0x8, 27},
-    {MaskJoinEvents(MaskKeyEvent(13), MaskEvent(EVENT_ENTER)), MaskKeyEvent(27),
-     0x9, 27},
-    {MaskEvent(EVENT_BUTTON), MaskEvent(EVENT_MODIFY), 0x100080, 1},
-    {MaskEvent(EVENT_MODIFY), MaskEvent(EVENT_BUTTON), 0x100080, 0},
-    {MaskEvent(EVENT_BUTTON), MaskKeyEvent(0), 0x88, 0},
-};
-
-TEST(MaskEvents, JoinedEvents) {
-  for (const JoinCase& row : JOINS) {
-    const EventSpec joined = MaskJoinEvents(row.left, row.right);
-    EXPECT_EQ(row.mask, joined.mask);
-    EXPECT_EQ(row.key, joined.key) << std::hex << row.mask;
-  }
 }
 
 }  // namespace

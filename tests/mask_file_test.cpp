@@ -1,141 +1,132 @@
+// Compiled mask files that none of our compilers writes. What they do write is
+// among the cases.
 #include "elut/files/mask_file.h"
 
-#include "file_tree.h"
-#include "mask_support.h"
-#include "quillo_run.h"
-#include "xd_support.h"
+#include <gtest/gtest.h>
+
+#include "compile.h"
+#include "elut/files/mask_print.h"
+#include "rows.h"
+#include "stream_catch.h"
 
 namespace {
 
-const std::string PLAIN_HEADER = FromHex("EE EE 03 11 00 20 04 00");
-const std::string XDR_HEADER = FromHex("EE EE 03 11 00 20 01 00");
+const std::string HEADER = FromHex("EE EE 03 11 00 20 04 00");
 
-class MaskFile : public FileTree {
- protected:
-  MaskFile() { AttributeNamesReset(); }
-
-  static std::string written(EditorList* masks, int transport) {
-    EXPECT_EQ(RC_OK, MaskListWrite(masks, transport, "f"));
-    return ReadWhole("f").value_or("");
-  }
-  int read(const std::string& bytes, EditorList* masks) {
-    write("f", bytes);
-    return MaskListRead("f", masks);
-  }
-
-  EditorList list;
-};
-
-TEST_F(MaskFile, Bytes) {
-  MaskObject* window = NewEditor(&list, "Main");
-  Add(&window->attributes, "width", 10);
-  Add(&window->attributes, "text", "");
-  Add(NewHandler(window, {0x9, 13}), "action", "dummy");
-  NewChild(&list, window, MaskObjectType::BUTTON, "Ok");
-  const std::string plain = FromHex(
-      "00 00 00 01"                          // editors
-      "02 00 00 00 04 4D 61 69 6E"           // WINDOW Main
-      "00 02"                                // attributes
-      "01 00 00 00 05 77 69 64 74 68"        // width
-      "00 00 00 0A"                          //   = 10
-      "04 00 00 00 04 74 65 78 74"           // text
-      "FF FF FF FF"                          //   = ""
-      "00 01"                                // handlers
-      "01 00 00 00 09 00 00 00 0D"           // ENTER, KEY 13
-      "00 01"                                // attributes
-      "04 00 00 00 06 61 63 74 69 6F 6E"     // action
-      "00 00 00 05 64 75 6D 6D 79"           //   = "dummy"
-      "00"                                   // no program
-      "04 00 00 00 02 4F 6B 00 00 00 00 00"  // BUTTON Ok
-      "00 00 00");  // ends: Ok's children, Ok's siblings, Main's siblings
-  const std::string xdr = FromHex(
-      "00000001"
-      "00000002 00000004 00000004 4D61696E 00000002"
-      "00000001 00000005 00000005 7769647468 000000 0000000A"
-      "00000004 00000004 00000004 74657874 FFFFFFFF 00000001"
-      "00000001 00000009 0000000D 00000001"
-      "00000004 00000006 00000006 616374696F6E 0000"
-      "00000005 00000005 64756D6D79 000000 00000000"
-      "00000004 00000002 00000002 4F6B 0000 00000000 00000000 00000000"
-      "00000000 00000000 00000000");
-  EXPECT_EQ(ToHex(PLAIN_HEADER + plain),
-            ToHex(written(&list, XD_TRANSPORT_PLAIN)));
-  EXPECT_EQ(ToHex(XDR_HEADER + xdr), ToHex(written(&list, XD_TRANSPORT_XDR)));
+std::string Printed(const EditorList& list) {
+  Channels channels;
+  EXPECT_EQ(0, channels.bind(0, CHANNEL_STDOUT, 0));
+  const StreamCatch out(stdout);
+  EXPECT_EQ(0, MaskListPrint(&channels, 0, &list));
+  return out.text();
 }
 
-// Bodies in the plain transport, of a window W where not said otherwise.
-#define W "00000001 02 00000001 57 "
-#define NAME_N "00000001 6E "
-#define A_31 "61616161616161616161616161616161616161616161616161616161616161"
-constexpr const char* GOOD_BODIES[] = {
-    "00000001 00",  // a place without an editor
-    W "0000 0000 00 00 00",
-    "00000001 0E 00000001 57 0000 0000 00 00 00",  // the last type
-    "00000001 02 0000001F " A_31 "0000 0000 00 00 00",
-    // Attributes of the type 255 carry no value.
-    W "0001 FF" NAME_N "0000 00 00 00",
-    W "0001 04" NAME_N "FFFFFFFF 0000 00 00 00",
-    // Handlers of the kind 2 may hold no program, of 3 they have no body.
-    W "0000 0001 02 00000001 00000000 00 00 00 00",
-    W "0000 0001 03 00000001 FFFFFFFF 00 00 00",
-};
-constexpr const char* BAD_BODIES[] = {
-    W "0000 0000 00 00 00 00",                           // too long
-    W "0000 0000 00 00 02 00000000 0000 0000 00 00 00",  // an editor's sibling
-    "00000001 0F 00000001 57 0000 0000 00 00 00",        // no such type
-    "00000001 02 00000020 61 " A_31 "0000 0000 00 00 00",
-    "00000001 02 00000002 6100 0000 0000 00 00 00",  // a zero in the name
-    W "0001 06" NAME_N "0000 00 00 00",              // nor of an attribute
+TEST(MaskFile, Bodies) {
+  // Bodies in the plain transport, "W" for one editor, a window w without
+  // attributes so far; the code, the printed form, the bytes that are written
+  // when they are others.
+  constexpr char ROWS[] = R"(
+    00000001 00 | 0 ;; W 0000 0000 00 00 00 | 0 | WINDOW w^J{^J}^J
+    00000001 0E 00000001 77 0000 0000 00 00 00 | 0 | GRAPHIC w^J{^J}^J
+    00000001 02 0000001F {{31*61}} 0000 0000 00 00 00
+      + | 0 | WINDOW {{31*a}}^J{^J}^J
+    00000001 0F 00000001 77 0000 0000 00 00 00 | 3016
+    00000001 02 00000020 {{32*61}} 0000 0000 00 00 00 | 3016
+    00000001 02 00000002 7700 0000 0000 00 00 00 | 3016
+    // Too long; a sibling of an editor.
+    W 0000 0000 00 00 00 00 | 3016
+    W 0000 0000 00 00 02 00000000 0000 0000 00 00 00 | 3016
+    // Attributes: their types; one of the type 255 carries no value and is not
+    // printed; one of the type 5 is written as 4.
+    W 0001 FF 00000001 6E 0000 00 00 00 | 0 | WINDOW w^J{^J}^J
+    W 0001 04 00000001 6E FFFFFFFF 0000 00 00 00 | 0 | WINDOW w^J{^J^In= "";^J}^J
+    W 0001 01 00000001 6E FFFFFFFF 0000 00 00 00 | 0 | WINDOW w^J{^J^In= -1;^J}^J
+    W 0001 05 00000001 6E 00000001 61 0000 00 00 00
+      + | 0 | WINDOW w^J{^J^In= "a";^J}^J
+      + | W 0001 04 00000001 6E 00000001 61 0000 00 00 00
+    W 0001 00 00000001 6E 0000 00 00 00 | 3016
+    W 0001 02 00000001 6E 0000 00 00 00 | 3016
+    W 0001 06 00000001 6E 0000 00 00 00 | 3016
     // A name with two types, no name, more than the file can hold.
-    W "0002 04" NAME_N "FFFFFFFF 01" NAME_N "00000001 0000 00 00 00",
-    W "0001 01 FFFFFFFF 00000001 0000 00 00 00",
-    W "0000 FFFF 01 00000001 00000000 0000 00 00 00",
-};
-// Type 5 is a string too, and written as type 4.
-constexpr char TYPE_5[] = W "0001 05" NAME_N "00000001 61 0000 00 00 00";
-constexpr char TYPE_4[] = W "0001 04" NAME_N "00000001 61 0000 00 00 00";
-
-TEST_F(MaskFile, Bodies) {
-  const auto again = [&](const char* body) {
-    AttributeNamesReset();
-    EXPECT_EQ(RC_OK, read(PLAIN_HEADER + FromHex(body), &list)) << body;
-    return ToHex(written(&list, XD_TRANSPORT_PLAIN).substr(8));
+    W 0002 04 00000001 6E FFFFFFFF 01 00000001 6E 00000001 0000 00 00 00 | 3016
+    W 0001 01 FFFFFFFF 00000001 0000 00 00 00 | 3016
+    W 0000 FFFF 01 00000001 00000000 0000 00 00 00 | 3016
+    // Handlers of the kind 2 may hold no program, of 3 they have no body.
+    W 0000 0001 02 FFFFFFFF FFFFFFFF 00 00 00 00 | 0 | WINDOW w^J{^J^ION ENTER
+      + OR EXIT OR CONTROL OR KEY 0xffffffff OR ABORT OR EXPOSE OR RESIZE OR
+      + BUTTON OR MOTION OR ACTIVATE OR MODIFIED EXECUTE^J^I{^J^I}^J}^J
+    W 0000 0001 03 00000001 FFFFFFFF 00 00 00
+      + | 0 | WINDOW w^J{^J^ION ENTER^J^I{^J^I}^J}^J
+    W 0000 0000 02 00 00 | 3016 ;; W 0000 0001 02 00000001 00000000 02 00 00 00
+      + | 3016)";
+  const auto body = [](std::string hex) {
+    if (hex[0] == 'W') hex.replace(0, 1, "00000001 02 00000001 77");
+    return HEADER + FromHex(hex);
   };
-  for (const char* body : GOOD_BODIES)
-    EXPECT_EQ(ToHex(FromHex(body)), again(body));
-  EXPECT_EQ(ToHex(FromHex(TYPE_4)), again(TYPE_5));
-  for (const char* body : BAD_BODIES) {
-    AttributeNamesReset();
-    EXPECT_EQ(RC_BODY_FAILED, read(PLAIN_HEADER + FromHex(body), &list))
-        << body;
-    EXPECT_TRUE(list.editors.empty()) << body;
+  for (const auto& [hex, code, printed, other] : Rows<4>(ROWS)) {
+    McRun run;
+    EditorList list(&run.attribute_names);
+    EXPECT_EQ(stoi(code), MaskListReadFromBytes(body(hex), &list)) << hex;
+    EXPECT_EQ(printed, Printed(list)) << hex;
+    if (code == "0")
+      EXPECT_EQ(ToHex(body(other.empty() ? hex : other)),
+                ToHex(Written(&list, 4)));
+    else
+      EXPECT_EQ(0u, list.editors.size() + run.attribute_names.count()) << hex;
   }
 }
 
-TEST_F(MaskFile, Headers) {
-  constexpr std::pair<const char*, int> READ[] = {
-      {"EE EE 03 11 09 21 04 01", RC_OK},
-      {"EE EE 01 11 00 20 04 00", RC_HEADER_MAGIC},
-      {"EE EE 03 10 00 20 04 00", RC_HEADER_VERSION},
-      {"EE EE 03 11 00 20 03 00", RC_INVALID}};
-  for (const auto& [header, code] : READ)
-    EXPECT_EQ(code, read(FromHex(header) + std::string(4, '\0'), &list))
-        << header;
-  EXPECT_EQ(RC_CANNOT_CREATE, MaskListRead("none", &list));
-  EXPECT_EQ(RC_INVALID, MaskListWrite(&list, 2, "f"));
-  EXPECT_EQ("", ReadWhole("f"));
+// A file that was refused leaves no name behind: the next one may use it for
+// values of another type. What was there before stays.
+TEST(MaskFile, RefusedNames) {
+  Compile run, number, text, old;
+  ASSERT_EQ(0, run.masks_of("WINDOW w { old = 1; }\n"));
+  ASSERT_EQ(0, number.masks_of("WINDOW w { n = 1; m = 1; }\n"));
+  ASSERT_EQ(0, text.masks_of("WINDOW w { n = \"a\"; }\n"));
+  ASSERT_EQ(0, old.masks_of("WINDOW w { m = 1; old = \"a\"; }\n"));
+  AttributeNames& names = run.run->attribute_names;
+  EditorList list(&names);
+  EXPECT_EQ(3016,
+            MaskListReadFromBytes(Written(&number.masks, 4) + '\0', &list));
+  EXPECT_EQ(1u, names.count());
+  EXPECT_EQ(0, MaskListReadFromBytes(Written(&text.masks, 4), &list));
+  EXPECT_EQ(3016, MaskListReadFromBytes(Written(&old.masks, 4), &list));
+  EXPECT_EQ(2u, names.count());
+  EXPECT_EQ("old n", std::string(names.name(0)) + " " + names.name(1));
+  EXPECT_EQ("WINDOW w\n{\n\told= 1;\n}\n", Printed(run.masks));
 }
 
-TEST_F(MaskFile, Nesting) {
-  constexpr std::pair<int, int> DEPTHS[] = {
-      {150, RC_OK}, {151, RC_BODY_FAILED}, {300000, RC_BODY_FAILED}};
-  for (const auto& [depth, code] : DEPTHS) {
-    MaskListFree(&list);
-    MaskObject* object = NewEditor(&list, "deep");
-    for (int i = 1; i < depth; i++)
-      object = NewChild(&list, object, MaskObjectType::GROUP, "");
-    EditorList other;
-    EXPECT_EQ(code, read(written(&list, XD_TRANSPORT_PLAIN), &other)) << depth;
+TEST(MaskFile, HeadersAndTransports) {
+  constexpr char ROWS[] = R"(
+    EE EE 03 11 09 21 04 01 | 0 ;; EE EE 01 11 00 20 04 00 | 6197
+    EE EE 02 11 00 20 04 00 | 6197 ;; EE EE 03 10 00 20 04 00 | 6194
+    EE EE 03 11 00 20 03 00 | 3011)";
+  Compile masks;
+  for (const auto& [header, code] : Rows<2>(ROWS))
+    EXPECT_EQ(stoi(code),
+              MaskListReadFromBytes(FromHex(header + "00000000"), &masks.masks))
+        << header;
+  EXPECT_EQ(1008, MaskListRead("/none", &masks.masks));
+  EXPECT_EQ(1008, MaskListRead("/dev/null", &masks.masks));
+  EXPECT_EQ("code 3011", Written(&masks.masks, 2));
+}
+
+TEST(MaskFile, Nesting) {
+  for (const auto& [depth, code] :
+       {std::pair(150, 0), std::pair(151, 3016), std::pair(300000, 3016)}) {
+    Compile deep;
+    EditorList other(&deep.run->attribute_names);
+    MaskObject* object =
+        MaskCreateObject(&deep.masks, "deep", MaskObjectType::WINDOW);
+    MaskAddEditor(&deep.masks, object, &deep.reports);
+    for (int i = 1; i < depth; i++) {
+      MaskObject* group =
+          MaskCreateObject(&deep.masks, "", MaskObjectType::GROUP);
+      MaskAppendChild(object, group);
+      object = group;
+    }
+    EXPECT_EQ(code, MaskListReadFromBytes(Written(&deep.masks, 4), &other))
+        << depth;
   }
 }
 

@@ -1,7 +1,12 @@
-// Tokens and trees as text: "IDENT x" and "ASSIGN+(VAR x, INT 1)".
+// Trees as text: "ASSIGN+(VAR x, INT 1)". Nothing else in the tests knows how
+// nodes hang together.
+//
+// Whatever a node refers to is looked up with a check: a number that no table
+// has throws std::out_of_range.
 #pragma once
 
-#include "elut/grammar.h"
+#include <stdexcept>
+
 #include "elut/model/program.h"
 #include "elut/model/tree_walk.h"
 #include "value_text.h"
@@ -14,103 +19,116 @@ inline std::string Readable(const std::string& text) {  // ^A: byte 1
   return result;
 }
 
-// Releases what the token holds.
-inline std::string TokenText(int token, const TokenValue& value) {
-  static constexpr const char* KEYWORDS[] = {
-#define MC_KEYWORD(name) #name,
-#include "elut/syntax/tokens.def"
-#undef MC_KEYWORD
-  };
-  static constexpr const char* SIGNS[] = {
-      ":", ";", ",", ".",  "[",  "]",  "(", ")",  "{", "}", "+",
-      "-", "*", "/", "**", "==", "<>", ">", ">=", "<", "<="};
-  switch (token) {
-    case TOKEN_IDENT: return std::string("IDENT ") + value.name->text();
-    case TOKEN_FNNAME: return std::string("FNNAME ") + value.name->text();
-    case TOKEN_CFNNAME: return std::string("CFNNAME ") + value.name->text();
-    case TOKEN_SIGILNAME: return std::string("SIGILNAME ") + value.name->text();
-    case TOKEN_SIGIL: return std::string("SIGIL ") + char(value.code);
-    case TOKEN_ASSIGNOP: return "ASSIGNOP " + std::to_string(value.code);
-    case TOKEN_BUILTIN: return "BUILTIN " + std::to_string(value.integer);
-    case TOKEN_ICONST: return std::to_string(value.integer);
-    case TOKEN_RCONST: return ValueText(McValueReal(value.real));
-    case TOKEN_SCONST: {
-      const std::string text(value.text->text(), value.text->length);
-      McTokenTextRelease(value.text);
-      return "'" + Readable(text) + "'";
-    }
-  }
-  if (token >= TOKEN_ABORT && token <= TOKEN_WITH)
-    return KEYWORDS[token - TOKEN_ABORT];
-  return SIGNS[token - TOKEN_COLON];
-}
-
 // Variables by their names and, if not local, scopes; calls by names or "#".
-struct TreeText {
-  const McProgram& program;
-  const McSub* sub;
+class TreeText {
+ public:
+  // The trees of a routine are read with its tables.
+  explicit TreeText(const McProgram& program, const McSub* sub = nullptr)
+      : program_(program), sub_(sub) {}
 
-  std::string operator()(McNodeRef root) const {
+  // One statement of a BLOCK to a line.
+  std::string lines(McNodeRef root) const {
+    if (root == 0) return "";
     std::string text;
+    int depth = 0;
+    const bool block = program_.nodes[root].kind == McNodeKind::BLOCK;
     McTreeWalker().walk(
-        program.nodes, root,
+        program_.nodes, root,
         [&](const McNode& node) {
-          if (!text.empty() && text.back() != '(') text += ", ";
+          if (depth++ == 0 && block) return true;
+          const bool statement = depth == (block ? 2 : 1);
+          if (!text.empty() && text.back() != '(')
+            text += statement ? "\n" : ", ";
           text += MC_KIND_NAMES[static_cast<int>(node.kind)] + payload(node);
           if (node.child != 0) text += "(";
           return true;
         },
         [&](const McNode& node) {
-          if (node.child != 0) text += ")";
+          depth--;
+          if (node.child != 0 && (depth > 0 || !block)) text += ")";
           return true;
         });
-    return text;
+    if (text.empty()) text = "BLOCK";
+    return text + "\n";
   }
 
+ private:
   std::string payload(const McNode& node) const {
-    static constexpr const char* OPERATORS[] = {
-        "",   "+",  "-", "/",  "*", "**", " MOD", " DIV",
-        "?",  "?",  "?", "?",  "?", "?",  "?",    "?",
-        "==", "<>", ">", ">=", "<", "<=", " AND", " OR"};
     switch (MC_KIND_PAYLOADS[static_cast<int>(node.kind)]) {
       case McPayload::NONE: return "";
       case McPayload::VARIABLE: return " " + variable(node);
       case McPayload::INTEGER: return " " + std::to_string(node.integer);
       case McPayload::NUMBER: return " " + number(node);
       case McPayload::FUNCTION: return " " + std::to_string(node.index);
-      case McPayload::OPERATOR:
-        return node.op == MC_RANGE ? " TO" : OPERATORS[node.op];
+      case McPayload::OPERATOR: return operator_text(node.op);
       case McPayload::INDEX:
         return " " + (node.kind == McNodeKind::CALL
-                          ? call(program.calls[node.index])
+                          ? call(program_.calls.at(node.index))
                           : std::string(1, char('X' + node.index)));
       case McPayload::SIGIL: return std::string(" ") + char(node.sigil);
     }
     return "?";
   }
+  static std::string operator_text(uint8_t op) {
+    static constexpr const char* TEXTS[] = {
+        "",   "+",  "-", "/",  "*", "**", " MOD", " DIV",
+        "?",  "?",  "?", "?",  "?", "?",  "?",    "?",
+        "==", "<>", ">", ">=", "<", "<=", " AND", " OR"};
+    if (op < std::size(TEXTS)) return TEXTS[op];
+    return op == MC_RANGE ? " TO" : "?";
+  }
   std::string number(const McNode& node) const {
     if (node.kind == McNodeKind::TRACE) return std::to_string(node.number);
-    if (node.kind == McNodeKind::EXTERN)
-      return StringPoolText(&program.strings, node.number);
-    const McConstant& constant = program.constants[node.number];
+    if (node.kind == McNodeKind::EXTERN) {
+      const char* name = StringPoolText(&program_.strings, node.number);
+      return name != nullptr ? name : throw std::out_of_range("string slot");
+    }
+    if (node.number >= program_.constants.count())
+      throw std::out_of_range("constant");
+    const McConstant& constant = program_.constants[node.number];
     if (constant.type == McValueType::REAL)
       return ValueText(McValueReal(constant.real));
     return "'" + Readable({constant.text, constant.length}) + "'";
   }
   std::string variable(const McNode& node) const {
     const auto [scope, index] = node.variable;
-    const auto& commons = sub != nullptr ? sub->commons : program.commons;
-    const McVarTable& table = scope >= MC_SCOPE_COMMON
-                                  ? commons[scope - 16u].variables
-                              : scope == MC_SCOPE_PARAMETER ? sub->parameters
-                              : sub != nullptr              ? sub->locals
-                                                            : program.variables;
-    const std::string name = table.entries[index].name;
+    const auto& commons = sub_ != nullptr ? sub_->commons : program_.commons;
+    const McVarTable* table =
+        sub_ != nullptr ? &sub_->locals : &program_.variables;
+    if (scope >= MC_SCOPE_COMMON)
+      table = &commons.at(scope - size_t{MC_SCOPE_COMMON}).variables;
+    else if (scope == MC_SCOPE_PARAMETER && sub_ != nullptr)
+      table = &sub_->parameters;
+    else if (scope != MC_SCOPE_LOCAL)
+      throw std::out_of_range("scope");
+    const std::string name = or_dash(table->entries.at(index).name);
     return scope == MC_SCOPE_LOCAL ? name : name + "@" + std::to_string(scope);
   }
-  static std::string call(const McCallRef& call) {
+  std::string call(const McCallRef& call) const {
     static const std::string KINDS[] = {"?", "SUB ", "FN ", "CFN "};
-    return call.name == nullptr ? "#" + std::to_string(call.sub_index)
-                                : KINDS[int(call.kind)] + call.name;
+    if (call.external || call.kind == McCallKind::CFN)
+      return KINDS[static_cast<int>(call.kind)] + or_dash(call.name);
+    (void)program_.subs.at(call.sub_index);
+    return "#" + std::to_string(call.sub_index);
   }
+  static std::string or_dash(const char* name) {
+    return name == nullptr ? "-" : name;
+  }
+
+  const McProgram& program_;
+  const McSub* sub_;
 };
+
+// The bodies of all routines, those of SUBs behind their names.
+inline std::string AllTrees(const McProgram& program) {
+  std::string text;
+  for (const McSub& sub : program.subs)
+    text += std::string(sub.name == nullptr ? "" : sub.name) + ":\n" +
+            TreeText(program, &sub).lines(sub.body);
+  return text + TreeText(program).lines(program.body);
+}
+
+// The first item of a body that is one PRINT.
+inline McNodeRef PrintedItem(const McProgram& program, McNodeRef body) {
+  return program.nodes[body].child;
+}

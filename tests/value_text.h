@@ -7,15 +7,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "elut/model/value.h"
 
-// The caller releases the value.
 inline McValue ValueFromText(const std::string& text) {
-  McValue value = McValueNone();
+  McValue value;
   if (text[0] == '\'') {
     if (McValueString(&value, text.substr(1, text.size() - 2).c_str())) abort();
   } else if (text[0] == '(') {
@@ -39,29 +36,21 @@ inline std::string NumberText(double number) {
 
 inline std::string ValueText(const McValue& value) {
   const McPoint& point = value.point;
-  if (value.type == McValueType::VOID) return "void";
-  if (value.type == McValueType::INTEGER) return std::to_string(value.integer);
-  if (value.type == McValueType::STRING)
-    return "'" + std::string(UtTextChars(&value.text)) + "'";
-  if (value.type == McValueType::POINT)
-    return "(" + NumberText(point.x) + "," + NumberText(point.y) + "," +
-           NumberText(point.z) + ")";
+  switch (value.type) {
+    case McValueType::VOID: return "void";
+    case McValueType::INTEGER: return std::to_string(value.integer);
+    case McValueType::STRING:
+      return "'" + std::string(UtTextChars(&value.text)) + "'";
+    case McValueType::POINT:
+      return "(" + NumberText(point.x) + "," + NumberText(point.y) + "," +
+             NumberText(point.z) + ")";
+    case McValueType::REAL: break;
+  }
   const std::string text = NumberText(value.real);
   return text + (text.find_first_of(".ein") == text.npos ? ".0" : "");
 }
 
-inline std::vector<std::string> SplitAtBlanks(const std::string& row) {
-  std::istringstream words(row);
-  std::vector<std::string> found;
-  for (std::string word; std::getline(words, word, ' ');) found.push_back(word);
-  return found;
-}
-
-// The outcome of an operation: the value, or the code, followed by what was
-// printed on the standard error stream. Releases the value.
-inline std::string OutcomeText(int code, McValue* value,
-                               const std::string& printed) {
-  const std::string text = code == 0 ? ValueText(*value) : std::to_string(code);
-  McValueRelease(value);
-  return printed.empty() ? text : text + " " + printed;
+// The outcome of an operation: the value, or the code.
+inline std::string OutcomeText(int code, const McValue& value) {
+  return code == 0 ? ValueText(value) : std::to_string(code);
 }

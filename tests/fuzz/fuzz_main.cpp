@@ -7,11 +7,9 @@
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size);
 
-// A source may include /dev/stdin, which must not wait for a terminal; and what
-// the compiler prints would drown the fuzzer's own lines.
+// What the compiler prints would drown the fuzzer's own lines.
 int LLVMFuzzerInitialize(int*, char***) {
-  const int null = open("/dev/null", O_RDWR);
-  dup2(null, 0);
+  const int null = open("/dev/null", O_WRONLY);
   dup2(null, 1);
   close(null);
   return 0;

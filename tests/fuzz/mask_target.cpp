@@ -1,38 +1,40 @@
-#include "elut/compile/variables.h"
-#include "elut/files/mask_file.h"
+#include "elut/compile/parse_text.h"
 #include "elut/files/mask_print.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tests/fuzz/targets.h"
 
 namespace {
 
-constexpr int PLAIN = XD_TRANSPORT_PLAIN;
-constexpr int XDR = XD_TRANSPORT_XDR;
-
-std::string Written(EditorList* list, int transport) {
-  static MemoryFile file;
-  FUZZ_CHECK(MaskListWrite(list, transport, file.path()) == RC_OK);
-  return file.bytes();
-}
-
+// The printed form, and all that the nodes of programs refer to.
 std::string Printed(const EditorList& list) {
-  ChannelCatch output;
-  FUZZ_CHECK(MaskListPrint(0, &list) == RC_OK);
-  return output.take();
+  Channels channels;
+  channels.bind_standard();
+  const StreamCatch out(stdout);
+  FUZZ_CHECK(MaskListPrint(&channels, CHANNEL_MASKS, &list) == RC_OK);
+  std::string text = out.text();
+  for (const MaskObject* object = list.youngest; object != nullptr;
+       object = object->older) {
+    if (object->program != nullptr) text += AllTrees(*object->program);
+    for (uint16_t i = 0; i < object->handlers.count; i++) {
+      const EventHandler& handler = object->handlers.entries[i];
+      if (handler.kind == HandlerKind::PROGRAM && handler.program != nullptr)
+        text += AllTrees(*handler.program);
+    }
+  }
+  return text;
 }
 
 // Whichever transport sound masks take, they stay the same.
 void CheckRoundTrips(EditorList* list) {
-  const std::string plain = Written(list, PLAIN);
-  const std::string xdr = Written(list, XDR);
+  const std::string plain = Written(list, XD_TRANSPORT_PLAIN);
+  const std::string xdr = Written(list, XD_TRANSPORT_XDR);
   const std::string printed = Printed(*list);
-  static MemoryFile file;
   for (const std::string* bytes : {&plain, &xdr}) {
-    file.set(bytes->data(), bytes->size());
-    EditorList again;
-    FUZZ_CHECK(MaskListRead(file.path(), &again) == RC_OK);
-    FUZZ_CHECK(Written(&again, PLAIN) == plain);
-    FUZZ_CHECK(Written(&again, XDR) == xdr);
+    McRun run;
+    EditorList again(&run.attribute_names);
+    FUZZ_CHECK(MaskListReadFromBytes(*bytes, &again) == RC_OK);
+    FUZZ_CHECK(Written(&again, XD_TRANSPORT_PLAIN) == plain);
+    FUZZ_CHECK(Written(&again, XD_TRANSPORT_XDR) == xdr);
     FUZZ_CHECK(Printed(again) == printed);
   }
 }
@@ -40,54 +42,35 @@ void CheckRoundTrips(EditorList* list) {
 }  // namespace
 
 void FuzzMask(const uint8_t* bytes, size_t size) {
-  AttributeNamesReset();
-  EditorList list;
-  int code;
-  {
-    const ChannelCatch channels;
-    OpenSource source(bytes, size);
-    code = MaskParseDefinition(&list, &source.lines);
-    FUZZ_CHECK(McCompileEnter(nullptr) == RC_OK);
-  }
-  if (code == RC_OK) CheckRoundTrips(&list);
+  Compile compile;
+  if (CompileInput(&compile, "a.msk", bytes, size) == RC_OK)
+    CheckRoundTrips(&compile.masks);
 }
 
 void FuzzMaskFile(const uint8_t* bytes, size_t size) {
-  AttributeNamesReset();
-  static MemoryFile file;
-  file.set(bytes, size);
-  EditorList list;
-  if (MaskListRead(file.path(), &list) == RC_OK)
-    CheckRoundTrips(&list);
-  else
-    FUZZ_CHECK(list.editors.empty());
+  McRun run;
+  EditorList list(&run.attribute_names);
+  if (MaskListReadFromBytes(TextOf(bytes, size), &list) == RC_OK)
+    return CheckRoundTrips(&list);
+  FUZZ_CHECK(list.editors.empty() && run.attribute_names.count() == 0);
 }
 
 void FuzzText(const uint8_t* bytes, size_t size) {
-  const ChannelCatch channels;
-  const std::string text(reinterpret_cast<const char*>(bytes), size);
-  AttributeNamesReset();
-  {
-    EditorList list;
-    MaskObject* holder;
-    const int code = MaskParseHandlerText(text.c_str(), &list, &holder);
-    FUZZ_CHECK((holder != nullptr) == (code == RC_OK));
-    FUZZ_CHECK(McCompileEnter(nullptr) == RC_OK);
-    McTokenStringsFree();
-  }
-  McProgram* program;
-  (void)MaskParseHandlerText(text.c_str(), "form.msk (7)", &program);
-  McTokenStringsFree();
+  const std::string text = TextOf(bytes, size);
+  Compile handlers;
+  MaskObject* holder;
+  const int code = MaskParseHandlerText(&handlers.front, text.c_str(),
+                                        &handlers.masks, &holder);
+  FUZZ_CHECK((holder != nullptr) == (code == RC_OK));
+  Compile programs;
+  UtPtr<McProgram> program;
+  (void)MaskParseHandlerText(&programs.front, text.c_str(), "form.msk (7)",
+                             &program);
   if (program == nullptr) program = McProgramCreate();
   // Into the program of the handler, whose names it may use.
   McNodeRef body;
-  (void)McParseProgramText(text.c_str(), program, &body);
-  FUZZ_CHECK(McCompileEnter(nullptr) == RC_OK);
-  McTokenStringsFree();
-  McProgramFree(&program);
-  FUZZ_CHECK(McSrcSetText(text.c_str()) == RC_OK);
-  (void)McParseExpressionList();
-  McTokenStringsFree();
-  McParseReset();
-  McSrcReset();
+  (void)McParseProgramText(&programs.front, text.c_str(), program.get(), &body);
+  (void)AllTrees(*program);
+  McSrcSetText(&handlers.front.scanner.source, text);
+  (void)McParseExpressionList(&handlers.front);
 }

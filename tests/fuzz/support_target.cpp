@@ -1,13 +1,11 @@
 // What a run reads beside sources: defaults files and message catalogs; and the
 // scanner alone.
 #include <filesystem>
-#include <vector>
 
-#include "elut/grammar.h"
 #include "quillo/defaults.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tests/fuzz/targets.h"
-#include "trt/catalog.h"
+#include "tests/token_text.h"
 
 namespace {
 
@@ -34,41 +32,10 @@ class NamedFile {
   std::filesystem::path path_;
 };
 
-using Token = std::pair<int, std::string>;  // number and value
-
-template <class Value>
-std::string BytesOf(const Value& value) {
-  return std::string(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
-std::vector<Token> TokensOf(const std::string& text) {
-  OpenSource source(reinterpret_cast<const uint8_t*>(text.data()), text.size());
-  std::vector<Token> tokens;
-  TokenValue value;
-  // Text input of the scanner: each byte begins one token at most.
-  while (const int token = McLex(&value)) {
-    FUZZ_CHECK(tokens.size() < text.size());
-    std::string shown;
-    switch (token) {
-      case TOKEN_IDENT:
-      case TOKEN_FNNAME:
-      case TOKEN_CFNNAME:
-      case TOKEN_SIGILNAME: shown = value.name->text(); break;
-      case TOKEN_SCONST:
-        shown.assign(value.text->text(), value.text->length);
-        FUZZ_CHECK(strlen(value.text->text()) == shown.size());
-        McTokenTextRelease(value.text);
-        break;
-      case TOKEN_ICONST:
-      case TOKEN_BUILTIN: shown = BytesOf(value.integer); break;
-      case TOKEN_RCONST: shown = BytesOf(value.real); break;
-      case TOKEN_ASSIGNOP:
-      case TOKEN_SIGIL: shown = BytesOf(value.code); break;
-      default: break;
-    }
-    tokens.push_back({token, shown});
-  }
-  FUZZ_CHECK(McLex(&value) == 0);
+std::string TokensOf(const std::string& text) {
+  Lexer lexer;
+  const std::string tokens = lexer.tokens_of_file(text);
+  FUZZ_CHECK(lexer.count <= text.size());  // each byte begins one at most
   return tokens;
 }
 
@@ -77,9 +44,10 @@ std::vector<Token> TokensOf(const std::string& text) {
 void FuzzDefaults(const uint8_t* bytes, size_t size) {
   static const NamedFile file("a.dflt");
   file.set(bytes, size);
-  CatalogReset();
-  FUZZ_CHECK(DefaultsLoadFile("fuzz", file.path()) == RC_OK);
-  DefaultsReset();
+  CatalogSet catalogs;
+  Defaults defaults(&catalogs);
+  FUZZ_CHECK(defaults.load_file("fuzz", file.path()) == RC_OK);
+  (void)defaults.value("fuzz", "a");
 }
 
 void FuzzCatalog(const uint8_t* bytes, size_t size) {
@@ -87,24 +55,22 @@ void FuzzCatalog(const uint8_t* bytes, size_t size) {
   setenv("HD_U", file.root(), 1);
   setenv("TQS_MSG_ID", size % 2 == 0 ? "0" : "1", 1);
   file.set(bytes, size);
-  CatalogReset();
+  CatalogSet catalogs;
   for (const int number : {1, 2, 12, 40, 2147483647, 0, -1}) {
-    const std::string text = CatalogLookup("c.txt", number, nullptr);
-    FUZZ_CHECK(text == CatalogLookup("c.txt", number, nullptr));
-    (void)CatalogLookup("c.txt", number, "default##");
+    const std::string text = catalogs.lookup("c.txt", number, nullptr);
+    FUZZ_CHECK(text == catalogs.lookup("c.txt", number, nullptr));
+    (void)catalogs.lookup("c.txt", number, "default##");
   }
-  const std::string reference(reinterpret_cast<const char*>(bytes), size);
-  (void)CatalogExpandReference(reference.c_str());
-  (void)CatalogExpandReference(("\4c.txt\4" + reference).c_str());
-  CatalogReset();
+  const std::string reference = TextOf(bytes, size);
+  (void)catalogs.expand_reference(reference.c_str());
+  (void)catalogs.expand_reference(("\4c.txt\4" + reference).c_str());
   unsetenv("HD_U");
   unsetenv("TQS_MSG_ID");
 }
 
 void FuzzLexer(const uint8_t* bytes, size_t size) {
-  const ChannelCatch channels;
-  const std::string text(reinterpret_cast<const char*>(bytes), size);
-  const std::vector<Token> tokens = TokensOf(text);
+  const std::string text = TextOf(bytes, size);
+  const std::string tokens = TokensOf(text);
   // The reader takes 64 KiB at a time: let the input stand across that border.
   constexpr size_t BLOCK = 64 * 1024;
   if (size == 0 || size > BLOCK || size % 4 != 0) return;

@@ -3,8 +3,9 @@
 // A target takes one input, does with it all that a run of the compiler could,
 // and ends the process when something does not hold. What it checks beyond
 // crashes, leaks and endless loops stands beside each. tests/fuzz/fuzz_main.cpp
-// makes a libFuzzer program of each; tests/fuzz_corpus_test.cpp runs the seeds
-// in tests/fuzz/corpus/NAME through the target NAME in every build.
+// makes a libFuzzer program of each; corpus_test.cpp runs the seeds in
+// tests/fuzz/corpus/NAME, and what is one step away from them, through the
+// target NAME in every build.
 //
 // docs/reliability.md says how to run them.
 #pragma once
