@@ -1,6 +1,7 @@
 // quillo-tools: one program, a command per job over the compiler's own front
 // end. This file knows the options that stand before a command and what a wrong
 // one is answered with; the rest is in the commands.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -51,12 +52,13 @@ int Run(int argc, char** argv) {
     (*command)(&app, &status);
   // Asked before the options are read, whose first complaint would be that
   // there is no command at all.
-  if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1])) {
-    std::vector<std::string> names;
+  if (argc > 1) {
+    std::vector<std::string> names = {"-h", "--help", "--version"};
     for (const CLI::App* command : app.get_subcommands(nullptr))
       names.push_back(command->get_name());
-    return Misused("there is no command '" + std::string(argv[1]) + "'",
-                   Hint(ToolNearest(argv[1], names)));
+    if (std::find(names.begin(), names.end(), argv[1]) == names.end())
+      return Misused("there is no command '" + std::string(argv[1]) + "'",
+                     Hint(ToolNearest(argv[1], names)));
   }
   try {
     app.parse(argc, argv);
