@@ -51,13 +51,18 @@ class DiskFile : public McSrcBytes {
 // Where the lines of a level begin, for those that a report shows.
 class LineIndex {
  public:
-  // Lines that begin at `offset` in the file, the first one being `line`; their
-  // text is kept when the file cannot be read again.
-  void append(const McSrcBytes& bytes, uint32_t line, uint64_t offset,
-              std::string_view lines) {
-    blocks_.push_back(
-        {line, bytes.can_read_again() ? offset : uint64_t{kept_.size()}});
-    if (!bytes.can_read_again()) kept_ += lines;
+  // Complete lines that take `bytes` from `offset` on in the file, the first
+  // one being `line`; their text is kept when the file cannot be read again.
+  void append(const McSrcBytes& file, uint32_t line, uint64_t offset,
+              uint64_t bytes, std::string_view lines) {
+    if (file.can_read_again()) {
+      blocks_.push_back({line, offset});
+      end_ = offset + bytes;
+    } else {
+      blocks_.push_back({line, kept_.size()});
+      kept_ += lines;
+      end_ = kept_.size();
+    }
   }
 
   UtString text(McSrcBytes* bytes, uint32_t number) const;
@@ -69,13 +74,14 @@ class LineIndex {
   };
   size_t read(McSrcBytes* bytes, uint64_t offset, char* place,
               size_t room) const {
-    if (bytes->can_read_again()) return bytes->read_again(offset, place, room);
-    const size_t got = std::min<uint64_t>(room, kept_.size() - offset);
+    const size_t got = std::min<uint64_t>(room, end_ - offset);
+    if (bytes->can_read_again()) return bytes->read_again(offset, place, got);
     memcpy(place, kept_.data() + offset, got);
     return got;
   }
 
   UtVector<Block> blocks_;
+  uint64_t end_ = 0;  // after the last complete line, where offsets count
   UtString kept_;
 };
 
@@ -320,6 +326,7 @@ bool McSrcMore(McSource* source, const char** keep) {
   level->ended = !any || lines.stopped;
   if (any)
     level->lines.append(*level->bytes, line, level->rest_offset,
+                        static_cast<uint64_t>(lines.raw_end - start),
                         {start, static_cast<size_t>(lines.end - start)});
   level->rest_offset += static_cast<uint64_t>(lines.raw_end - start);
   level->rest = lines.raw_end;
