@@ -2,8 +2,11 @@
 // for in front of it.
 #include "Cutil/ut_memory.h"
 
+#include <malloc.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -128,6 +131,23 @@ void UtFreeGrown(void* block, size_t bytes) {
     free(block);
   else
     munmap(block, bytes);
+}
+
+void UtExpectBytes(size_t bytes) {
+  if (bytes < 2 * LARGE_PAGE) return;
+  // The C library extends the heap when a block does not fit; by how much, and
+  // that it keeps what is free, are its options. Blocks that grow leave room
+  // behind for small ones.
+  mallopt(M_TOP_PAD, static_cast<int>(std::min<size_t>(bytes, INT32_MAX)));
+  mallopt(M_TRIM_THRESHOLD, INT32_MAX);
+  mallopt(M_MMAP_THRESHOLD, static_cast<int>(LARGE_BLOCK));
+  void* block = malloc(LARGE_BLOCK / 2);
+  char* end = static_cast<char*>(sbrk(0));
+  const size_t ahead = bytes / LARGE_PAGE * LARGE_PAGE;
+  const size_t after = reinterpret_cast<uintptr_t>(end) % LARGE_PAGE;
+  if (block != nullptr)
+    (void)madvise(end - after - ahead, ahead, MADV_HUGEPAGE);
+  free(block);
 }
 
 void UtFailAllocation(uint64_t nth) {

@@ -4,8 +4,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 #include "Cutil/codes.h"
 #include "elut/compile/parse.h"
@@ -44,21 +46,37 @@ class SourceFiles {
  public:
   explicit SourceFiles(const Options& options) : options_(options) {}
 
-  // True when `path` leads to one of the sources of the run.
-  bool hold(const char* path) const {
+  // 1008 when `path` leads to one of the sources of the run, as they were when
+  // the first output came up that exists already.
+  [[nodiscard]] int check(const char* path) {
     struct stat output;
-    if (stat(path, &output) != 0) return false;
-    for (unsigned i = 0; i < options_.source_count; i++) {
-      struct stat source;
-      if (stat(options_.sources[i], &source) == 0 &&
-          source.st_dev == output.st_dev && source.st_ino == output.st_ino)
-        return true;
-    }
-    return false;
+    if (stat(path, &output) != 0) return RC_OK;
+    return UtGuarded([&]() -> int {
+      if (files_.empty()) files_ = find();
+      const bool found =
+          std::binary_search(files_.begin(), files_.end(), IdentityOf(output));
+      return found ? RC_CANNOT_CREATE : RC_OK;
+    });
   }
 
  private:
+  using Identity = std::pair<dev_t, ino_t>;
+  static Identity IdentityOf(const struct stat& file) {
+    return {file.st_dev, file.st_ino};
+  }
+  UtVector<Identity> find() const {
+    UtVector<Identity> files;
+    for (unsigned i = 0; i < options_.source_count; i++) {
+      struct stat source;
+      if (stat(options_.sources[i], &source) == 0)
+        files.push_back(IdentityOf(source));
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+  }
+
   const Options& options_;
+  UtVector<Identity> files_;  // in order
 };
 
 // One run over the sources of the command line.
@@ -106,6 +124,9 @@ int CompileLoop::report(const char* format, const char* name, int code) {
 
 // False when the source cannot be opened, which ends the run.
 bool CompileLoop::compile(const char* source) {
+  struct stat status;
+  if (stat(source, &status) == 0)
+    UtExpectBytes(static_cast<size_t>(status.st_size));
   UtString output;
   UtPtr<McFront> front;
   const int code = UtGuarded([&] {
@@ -138,8 +159,8 @@ int CompileLoop::mask(McFront* front, const char* output) {
   if (code != RC_OK) return code;
   if (options_.print_mask) (void)MaskListPrint(channels_, CHANNEL_MASKS, &list);
   if (!options_.compile_mask) return RC_OK;
-  if (sources_.hold(output))
-    return report(CANNOT_STORE, output, RC_CANNOT_CREATE);
+  if (const int refusal = sources_.check(output))
+    return report(CANNOT_STORE, output, refusal);
   // Nobody looks at how the writing went.
   (void)MaskListWrite(&list, options_.store_mode, output);
   return RC_OK;
@@ -153,9 +174,9 @@ int CompileLoop::program(McFront* front, const char* source,
     code = McDumpProgram(channels_, &program);
   if (code == RC_OK) code = McResolveCalls(&program);
   if (code != RC_OK) return report(CANNOT_COMPILE, source, code);
-  code = sources_.hold(output)
-             ? int{RC_CANNOT_CREATE}
-             : McXdrWriteToFile(&program, options_.store_mode, output);
+  code = sources_.check(output);
+  if (code == RC_OK)
+    code = McXdrWriteToFile(&program, options_.store_mode, output);
   return code == RC_OK ? code : report(CANNOT_STORE, output, code);
 }
 

@@ -88,22 +88,22 @@ bool McXdrConstants(Body* body) {
 
 // Bytes and items of a node in a file, by kind.
 struct NodeLayout {
-  uint8_t plain;  // bytes of kind and payload
-  uint8_t xdr;    // the same in XDR
-  uint8_t shift;  // of the payload, to get its first item
-  bool two;       // there is a second item, the lower half of the payload
+  uint8_t plain;    // bytes of kind and payload
+  uint8_t xdr;      // the same in XDR
+  uint8_t shift;    // of the payload, to get its first item
+  uint32_t second;  // bits of the payload that are a second item
 };
 
 constexpr NodeLayout LayoutOf(McPayload payload) {
   switch (payload) {
-    case McPayload::NONE: return {1, 4, 24, false};
+    case McPayload::NONE: return {1, 4, 24, 0};
     case McPayload::VARIABLE:
-    case McPayload::FUNCTION: return {5, 12, 16, true};
+    case McPayload::FUNCTION: return {5, 12, 16, 0xFFFF};
     case McPayload::INTEGER:
-    case McPayload::NUMBER: return {5, 8, 0, false};
+    case McPayload::NUMBER: return {5, 8, 0, 0};
     case McPayload::OPERATOR:
-    case McPayload::SIGIL: return {2, 8, 24, false};
-    case McPayload::INDEX: return {3, 8, 16, false};
+    case McPayload::SIGIL: return {2, 8, 24, 0};
+    case McPayload::INDEX: return {3, 8, 16, 0};
   }
   return {};
 }
@@ -121,7 +121,8 @@ constexpr size_t NODE_ROOM = 16;
 // is stored in one or two steps; what is behind its payload is zero and so the
 // end of the children, when there are none.
 template <XdTransport TRANSPORT>
-uint8_t* PutNode(uint8_t* next, const McNode& node) {
+[[gnu::always_inline]] inline uint8_t* PutNode(uint8_t* next,
+                                               const McNode& node) {
   const auto kind = static_cast<uint8_t>(node.kind());
   const NodeLayout layout = LAYOUTS[kind];
   if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
@@ -133,10 +134,11 @@ uint8_t* PutNode(uint8_t* next, const McNode& node) {
     uint32_t first = node.payload >> layout.shift;
     if (kind == static_cast<uint8_t>(McNodeKind::EXTIND))
       first = static_cast<uint32_t>(int32_t{static_cast<int8_t>(first)});
-    const uint32_t second = layout.two ? node.payload & 0xFFFF : 0;
-    const uint32_t words[] = {__builtin_bswap32(kind), __builtin_bswap32(first),
-                              __builtin_bswap32(second), 0};
-    memcpy(next, words, sizeof words);
+    const uint64_t kind_and_first =
+        uint64_t{kind} << 24 | uint64_t{__builtin_bswap32(first)} << 32;
+    const uint64_t second = __builtin_bswap32(node.payload & layout.second);
+    memcpy(next, &kind_and_first, 8);
+    memcpy(next + 8, &second, 8);
     return next + layout.xdr;
   }
 }
