@@ -14,6 +14,7 @@
 //   if (slot->empty()) index.fill(slot, UtNumbered(hash, rows.size()));
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -34,6 +35,8 @@ struct UtNumbered {
 inline uint32_t UtHashOf(const UtNumbered& entry) {
   return entry.hash;
 }
+// UtHashOf will be asked for soon.
+inline void UtPrefetch(const UtNumbered&) {}
 inline bool UtIsEmpty(const UtNumbered& entry) {
   return entry.empty();
 }
@@ -44,7 +47,8 @@ class UtIndex {
   // Makes sure that one more entry fits. Throws bad_alloc, with the index as
   // it was. Slots that were handed out before are gone.
   void make_room(size_t fewest_slots = 16) {
-    if ((used_ + 1) * SLOTS_PER_ENTRY <= slots_.size()) return;
+    const size_t slots = slots_.size();
+    if ((used_ + 1) * (slots < LARGE ? SLOTS_PER_ENTRY : 2) <= slots) return;
     grow(slots_.empty() ? fewest_slots : slots_.size() * 2);
   }
 
@@ -92,9 +96,16 @@ class UtIndex {
     UtVector<Entry> old(size);
     slots_.swap(old);
     const auto never = [](const Entry&) { return false; };
-    for (const Entry& entry : old)
-      if (!UtIsEmpty(entry)) *slot(UtHashOf(entry), never) = entry;
+    for (size_t i = 0; i < old.size(); i++) {
+      UtPrefetch(old[std::min(i + AHEAD, old.size() - 1)]);
+      if (!UtIsEmpty(old[i])) *slot(UtHashOf(old[i]), never) = old[i];
+    }
   }
+
+  // Slots that no longer fit into a processor's second cache are better used
+  // well.
+  static constexpr size_t LARGE = size_t{1} << 16;
+  static constexpr size_t AHEAD = 24;
 
   UtVector<Entry> slots_;  // size 0 or a power of two
   size_t used_ = 0;

@@ -23,6 +23,7 @@ bool Fails() {
 }
 
 constexpr size_t LARGE_BLOCK = size_t{1} << 20;
+constexpr size_t LARGEST_THRESHOLD = size_t{32} << 20;
 constexpr size_t LARGE_PAGE = size_t{2} << 20;
 
 // Address space for a mapping, on the boundary of a large page; nullptr when
@@ -138,10 +139,11 @@ void UtExpectBytes(size_t bytes) {
   // The C library extends the heap when a block does not fit; by how much, and
   // that it keeps what is free, are its options. Blocks that grow leave room
   // behind for small ones.
-  mallopt(M_TOP_PAD, static_cast<int>(std::min<size_t>(bytes, INT32_MAX)));
+  bytes = std::min<size_t>(2 * bytes, INT32_MAX);
+  mallopt(M_TOP_PAD, static_cast<int>(bytes));
   mallopt(M_TRIM_THRESHOLD, INT32_MAX);
-  mallopt(M_MMAP_THRESHOLD, static_cast<int>(LARGE_BLOCK));
-  void* block = malloc(LARGE_BLOCK / 2);
+  mallopt(M_MMAP_THRESHOLD, static_cast<int>(LARGEST_THRESHOLD));
+  void* block = malloc(LARGE_BLOCK / 8);
   char* end = static_cast<char*>(sbrk(0));
   const size_t ahead = bytes / LARGE_PAGE * LARGE_PAGE;
   const size_t after = reinterpret_cast<uintptr_t>(end) % LARGE_PAGE;

@@ -102,9 +102,9 @@ class UtBlock {
 [[nodiscard]] void* UtGrow(void* block, size_t old_bytes, size_t* bytes);
 void UtFreeGrown(void* block, size_t bytes);
 
-// About so many bytes will be asked for in small blocks. From 4 MiB on they will
-// come from large pages where the system has them, since a page fault for every
-// 4 KiB is dearer than the work in between.
+// About so many bytes will be asked for in small blocks. From 4 MiB on they
+// will come from large pages where the system has them, since a page fault for
+// every 4 KiB is dearer than the work in between.
 void UtExpectBytes(size_t bytes);
 
 // For tests: the `nth` request from now on fails (1: the next one), and after

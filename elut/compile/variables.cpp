@@ -16,7 +16,7 @@ namespace {
 
 constexpr uint32_t DIM_LIMIT = 255;  // the count is one byte
 // Room of a table to begin with: routines rarely declare fewer.
-constexpr size_t FIRST_VARIABLES = 8;
+constexpr size_t FIRST_VARIABLES = 4;
 
 // Bounds that were evaluated for a declaration.
 struct Values {

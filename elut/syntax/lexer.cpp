@@ -127,7 +127,7 @@ McToken TokenOf(const McName* name) {
 inline McName* QuickName(McScanner* scanner, const char* text, size_t* length) {
   const McNameKey key = McShortName(text, length);
   if (*length == 0) return nullptr;
-  McName* name = scanner->strings.names.first(key.hash());
+  McName* name = scanner->strings.names.first(key.hash()).name();
   if (name == nullptr || name->key[0] != key.first || name->key[1] != key.last)
       [[unlikely]]
     return nullptr;
@@ -246,8 +246,8 @@ inline McToken NumberToken(McScanner* scanner, const char* text) {
   static constexpr double POWERS[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
   const McDigits whole = McTakeDigits(text);
   const char* end = text + whole.count;
-  // Exponents and suffixes begin with a letter, as does what follows 0x; another
-  // number begins with a digit that is not octal.
+  // Exponents and suffixes begin with a letter, as does what follows 0x;
+  // another number begins with a digit that is not octal.
   if (whole.count == McDigits::MANY || UtIsLetter(*end) ||
       (*text == '0' && whole.count > 1)) [[unlikely]]
     return AnyNumberToken(scanner, text);
@@ -447,12 +447,31 @@ McToken EndOfLines(McScanner* scanner) {
 }  // namespace
 
 // Characters of a kind, as labels of a switch.
-#define LETTERS(a, b, c, d, e, f, g, h, i, j, k, l, m)                   \
-  case a: case b: case c: case d: case e: case f: case g: case h: case i: \
-  case j: case k: case l: case m
-#define DIGITS                                                            \
-  case '0': case '1': case '2': case '3': case '4': case '5': case '6':   \
-  case '7': case '8': case '9'
+#define LETTERS(a, b, c, d, e, f, g, h, i, j, k, l, m) \
+  case a:                                              \
+  case b:                                              \
+  case c:                                              \
+  case d:                                              \
+  case e:                                              \
+  case f:                                              \
+  case g:                                              \
+  case h:                                              \
+  case i:                                              \
+  case j:                                              \
+  case k:                                              \
+  case l:                                              \
+  case m
+#define DIGITS \
+  case '0':    \
+  case '1':    \
+  case '2':    \
+  case '3':    \
+  case '4':    \
+  case '5':    \
+  case '6':    \
+  case '7':    \
+  case '8':    \
+  case '9'
 
 McToken McLex(McScanner* scanner) {
   const char* text = scanner->source.cursor.next;
@@ -466,20 +485,39 @@ McToken McLex(McScanner* scanner) {
     text += blank;
     // One step from the character to its code.
     switch (first) {
-      LETTERS('a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l', 'm'):
-      LETTERS('n', 'o', 'p', 'q', 'r', 's', 't', 'u', 'v', 'w', 'x', 'y', 'z'):
-        return SmallNameToken(scanner, text);
-      LETTERS('A', 'B', 'C', 'D', 'E', 'F', 'G', 'H', 'I', 'J', 'K', 'L', 'M'):
-      LETTERS('N', 'O', 'P', 'Q', 'R', 'S', 'T', 'U', 'V', 'W', 'X', 'Y', 'Z'):
-        return NameToken(scanner, text);
-      DIGITS: return NumberToken(scanner, text);
-      case ':': case ';': case ',': case '[': case ']': case '(': case ')':
-      case '{': case '}': case '+': case '-': case '*': case '/': case '=':
-      case '<': case '>': case '.':
-        return PunctuationToken(scanner, text);
+      LETTERS('a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l', 'm')
+          : LETTERS('n', 'o', 'p', 'q', 'r', 's', 't', 'u', 'v', 'w', 'x', 'y',
+                    'z')
+          : return SmallNameToken(scanner, text);
+      LETTERS('A', 'B', 'C', 'D', 'E', 'F', 'G', 'H', 'I', 'J', 'K', 'L', 'M')
+          : LETTERS('N', 'O', 'P', 'Q', 'R', 'S', 'T', 'U', 'V', 'W', 'X', 'Y',
+                    'Z')
+          : return NameToken(scanner, text);
+    DIGITS:
+      return NumberToken(scanner, text);
+      case ':':
+      case ';':
+      case ',':
+      case '[':
+      case ']':
+      case '(':
+      case ')':
+      case '{':
+      case '}':
+      case '+':
+      case '-':
+      case '*':
+      case '/':
+      case '=':
+      case '<':
+      case '>':
+      case '.': return PunctuationToken(scanner, text);
       case '\n': scanner->source.cursor.line++; [[fallthrough]];
-      case ' ': case '\t': case '\f': text = McSkipBlanks(text + 1); continue;
-      case '!': case '#': text = McCommentEnd(text); continue;
+      case ' ':
+      case '\t':
+      case '\f': text = McSkipBlanks(text + 1); continue;
+      case '!':
+      case '#': text = McCommentEnd(text); continue;
       default: return RareToken(scanner, text);
     }
   }

@@ -133,7 +133,8 @@ inline const char* McSkipBlanks(const char* text) {
 #endif
 }
 
-// The digits at `text`, as a number and how many there are; MANY for 8 and more.
+// The digits at `text`, as a number and how many there are; MANY for 8 and
+// more.
 struct McDigits {
   static constexpr size_t MANY = 8;
   uint32_t value;
@@ -144,7 +145,8 @@ inline McDigits McTakeDigits(const char* text) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   uint64_t bytes;
   memcpy(&bytes, text, sizeof bytes);
-  // The first digit is in the lowest byte. A byte that is none gets its top bit.
+  // The first digit is in the lowest byte. A byte that is none gets its top
+  // bit.
   uint64_t digits = bytes ^ 0x3030303030303030;
   const uint64_t others =
       ((digits + 0x7676767676767676) | digits) & 0x8080808080808080;
@@ -162,8 +164,8 @@ inline McDigits McTakeDigits(const char* text) {
   McDigits digits = {0, 0};
   for (; digits.count < McDigits::MANY && UtIsDigit(text[digits.count]);
        digits.count++)
-    digits.value = digits.value * 10 +
-                   static_cast<uint32_t>(text[digits.count] - '0');
+    digits.value =
+        digits.value * 10 + static_cast<uint32_t>(text[digits.count] - '0');
   return digits;
 #endif
 }

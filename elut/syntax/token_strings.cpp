@@ -3,6 +3,7 @@
 #include "elut/syntax/token_strings.h"
 
 #include <cstring>
+#include <new>
 
 #include "Cutil/ut_chars.h"
 #include "Cutil/ut_hash.h"
@@ -29,15 +30,39 @@ constexpr Word RESERVED[] = {
 
 constexpr double PI = 3.141592653589793;
 
-// Of long names: the last byte of a short name's key is 0.
+// Names whose memory is taken together.
+constexpr size_t NAMES_AT_ONCE = 15;
+
+// In a name that is too long for its key: no text has this byte.
 constexpr uint64_t LONG_NAME = ~uint64_t{0};
 
-McNameKey KeyOf(const char* text, size_t length) {
-  uint64_t words[2] = {};
-  if (length > McName::SHORT) return {UtHash(text, length), LONG_NAME};
-  memcpy(words, text, length);
-  return {words[0], words[1]};
-}
+// A name as it is searched for.
+struct Wanted {
+  Wanted(const char* chars, size_t count) : text(chars), length(count) {
+    if (length <= McName::MEDIUM) {
+      memcpy(key, text, length);
+      hash = McNameKey{key[0], key[1]}.hash();
+      if (length > McName::SHORT)
+        hash = McNameKey{key[2] + hash, key[3] + hash}.hash();
+    } else {
+      hash = UtHash(text, length);
+      key[0] = hash;
+      key[1] = LONG_NAME;
+    }
+  }
+
+  bool is(const McName& name) const {
+    if (name.key[0] != key[0] || name.key[1] != key[1]) return false;
+    if (length <= McName::MEDIUM)
+      return name.key[2] == key[2] && name.key[3] == key[3];
+    return name.length == length && memcmp(name.text(), text, length) == 0;
+  }
+
+  const char* text;
+  size_t length;
+  uint64_t key[4] = {};
+  uint32_t hash;
+};
 
 // What a word that is not reserved is.
 int TokenOf(const char* text, size_t length) {
@@ -50,52 +75,64 @@ int TokenOf(const char* text, size_t length) {
 }
 
 // The slot of the name, or the empty one where it belongs.
-McName** SlotOf(McTokenStrings* strings, const McNameKey& key, const char* text,
-                size_t length) {
-  return strings->names.slot(key.hash(), [&](const McName* name) {
-    return name->key[0] == key.first && name->key[1] == key.last &&
-           (length <= McName::SHORT ||
-            (name->length == length && memcmp(name->chars, text, length) == 0));
+McNameSlot* SlotOf(McTokenStrings* strings, const Wanted& wanted) {
+  return strings->names.slot(wanted.hash, [&](const McNameSlot& slot) {
+    return slot.may_be(wanted.hash) && wanted.is(*slot.name());
   });
 }
 
-McName* AddName(McTokenStrings* strings, UtArena* arena, const char* text,
-                size_t length, int token) {
+// Memory for a name.
+McName* TakeName(McTokenStrings* strings, UtArena* arena) {
+  if (strings->room == strings->room_end) {
+    auto* block = static_cast<char*>(
+        arena->take((NAMES_AT_ONCE + 1) * sizeof(McName) - 8));
+    const size_t past = reinterpret_cast<uintptr_t>(block) % alignof(McName);
+    block += past == 0 ? 0 : alignof(McName) - past;
+    strings->room = reinterpret_cast<McName*>(block);
+    strings->room_end = strings->room + NAMES_AT_ONCE;
+  }
+  return strings->room++;
+}
+
+McName* AddName(McTokenStrings* strings, UtArena* arena, const Wanted& wanted,
+                int token) {
   strings->names.make_room(FIRST_SLOTS);
-  const McNameKey key = KeyOf(text, length);
-  auto* name = arena->take_array<McName>(1);
-  *name = {};
-  name->key[0] = key.first;
-  name->key[1] = key.last;
-  name->length = static_cast<uint32_t>(length);
+  McName* name = ::new (TakeName(strings, arena)) McName{};
+  memcpy(name->key, wanted.key, sizeof name->key);
+  name->length = static_cast<uint32_t>(wanted.length);
   name->token = static_cast<uint8_t>(token);
   name->value.name = name;
-  if (length > McName::SHORT) name->chars = arena->copy(text, length);
-  strings->names.fill(SlotOf(strings, key, text, length), name);
+  if (wanted.length > McName::MEDIUM)
+    name->key[2] =
+        reinterpret_cast<uintptr_t>(arena->copy(wanted.text, wanted.length));
+  strings->names.fill(SlotOf(strings, wanted), McNameSlot(wanted.hash, name));
   return name;
 }
 
 }  // namespace
 
-uint32_t UtHashOf(const McName* name) {
-  return McNameKey{name->key[0], name->key[1]}.hash();
+uint32_t UtHashOf(const McNameSlot& slot) {
+  const McName* name = slot.name();
+  return Wanted(name->text(), name->length).hash;
 }
 
 McTokenStrings::McTokenStrings() {
   int32_t function = 0;
   for (const Word& word : RESERVED) {
-    McName* name =
-        AddName(this, &own_arena, word.text, strlen(word.text), word.token);
+    McName* name = AddName(this, &own_arena,
+                           Wanted(word.text, strlen(word.text)), word.token);
     if (word.token == TOKEN_BUILTIN) name->value.integer = function++;
     if (word.token == TOKEN_RCONST) name->value.real = PI;
   }
+  room = room_end;
 }
 
 McName* McNameSearch(McTokenStrings* strings, const char* text, size_t length) {
-  McName* name = *SlotOf(strings, KeyOf(text, length), text, length);
-  return name != nullptr ? name
-                         : AddName(strings, strings->arena, text, length,
-                                   TokenOf(text, length));
+  const Wanted wanted(text, length);
+  McName* name = SlotOf(strings, wanted)->name();
+  return name != nullptr
+             ? name
+             : AddName(strings, strings->arena, wanted, TokenOf(text, length));
 }
 
 McTokenText* McTokenTextNew(McTokenStrings* strings, size_t length) {

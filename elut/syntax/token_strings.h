@@ -37,34 +37,39 @@ struct McToken {
   TokenValue value;
 };
 
-// A name, whose address stays as long as the arena that it is in.
+// A name, whose address stays as long as the arena that it is in. It is one
+// line of a processor's cache: whoever finds it has all of it.
 //
-// One of up to 15 characters stands in its key, filled up with zeros. The key
-// of a longer one begins with its hash and ends with a byte that no name has.
-struct McName {
+// A text of up to 31 characters stands in the key, filled up with zeros; up to
+// 15 need no more than its first two words. The key of a longer one holds its
+// hash, a word that no text has, and where the text is.
+struct alignas(64) McName {
   static constexpr size_t SHORT = 15;
+  static constexpr size_t MEDIUM = 31;
 
-  uint64_t key[2];
-  TokenValue value;   // that comes with the token
-  const char* chars;  // of a long name, closed by a zero byte
-  uint32_t length;    // characters
-  uint8_t token;      // what the scanner makes of it
-
-  // The call reference of this name, while `program` is the number of the
-  // current program.
-  uint16_t call;
-  uint32_t program;
+  uint64_t key[4];
+  TokenValue value;  // that comes with the token
+  uint32_t length;   // characters
 
   // The variable of the current routine that has this name, as a node names
   // it, while `routine` is the number of the current routine.
   uint32_t routine;
   uint32_t variable;
 
+  // The call reference of this name, while `program` is the number of the
+  // current program.
+  uint32_t program;
+  uint16_t call;
+
+  uint8_t token;  // what the scanner makes of it
+
   // Closed by a zero byte.
   const char* text() const {
-    return length <= SHORT ? reinterpret_cast<const char*>(key) : chars;
+    return length <= MEDIUM ? reinterpret_cast<const char*>(key)
+                            : reinterpret_cast<const char*>(key[2]);
   }
 };
+static_assert(sizeof(McName) == 64);
 
 // Text of a string literal, closed by a zero byte.
 struct McTokenText {
@@ -73,9 +78,34 @@ struct McTokenText {
   char* text() { return reinterpret_cast<char*>(this + 1); }
 };
 
-uint32_t UtHashOf(const McName* name);
-inline bool UtIsEmpty(const McName* name) {
-  return name == nullptr;
+// Where a name is, with 16 bits of its hash in the bits that no address has: a
+// search looks at no other name, which would be somewhere else in memory.
+class McNameSlot {
+ public:
+  McNameSlot() = default;
+  McNameSlot(uint32_t hash, const McName* name)
+      : bits_(uint64_t{hash >> 16} << ADDRESS_BITS |
+              reinterpret_cast<uintptr_t>(name)) {}
+  bool empty() const { return bits_ == 0; }
+  bool may_be(uint32_t hash) const {
+    return bits_ >> ADDRESS_BITS == hash >> 16;
+  }
+  McName* name() const {  // nullptr: empty
+    return reinterpret_cast<McName*>(bits_ << 16 >> 16);
+  }
+
+ private:
+  static constexpr unsigned ADDRESS_BITS = 48;
+  uint64_t bits_ = 0;
+};
+static_assert(sizeof(void*) == 8);
+
+uint32_t UtHashOf(const McNameSlot& slot);
+inline bool UtIsEmpty(const McNameSlot& slot) {
+  return slot.empty();
+}
+inline void UtPrefetch(const McNameSlot& slot) {
+  __builtin_prefetch(slot.name());
 }
 
 struct McTokenStrings {
@@ -84,9 +114,11 @@ struct McTokenStrings {
   McTokenStrings(const McTokenStrings&) = delete;
   McTokenStrings& operator=(const McTokenStrings&) = delete;
 
-  UtIndex<McName*, 4> names;
+  UtIndex<McNameSlot, 4> names;
   UtArena* arena = &own_arena;  // of names and texts; outlives them
   UtArena own_arena;            // of reserved words
+  McName* room = nullptr;       // for names to come, in the arena
+  McName* room_end = nullptr;
 };
 
 // A key as two words.
