@@ -24,7 +24,9 @@ constexpr int NO_TOKEN = -1;
 
 struct McStackEntry {
   McSemantic value;
-  int32_t state;
+  uint32_t state;  // unsigned: a switch then needs one comparison less
+
+  int number() const { return static_cast<int>(state); }
 };
 
 enum class ParseEnd { ACCEPTED, FAILED };
@@ -54,7 +56,7 @@ class Recovery {
 
   bool push(int state) {
     top_++;
-    top_->state = state;
+    top_->state = static_cast<uint32_t>(state);
     if (top_ - stack_ < STACK_ENTRIES) return true;
     ReportOverflow(front_);
     return false;
@@ -64,10 +66,10 @@ class Recovery {
   bool shift_error() {
     front_->parse.error_flag = 3;
     for (;;) {
-      const int state = MC_GRAMMAR.after_error(top_->state);
+      const int state = MC_GRAMMAR.after_error(top_->number());
       if (state != 0) return push(state);
       if (top_ == stack_) return false;
-      Discard(front_, MC_GRAMMAR.symbol[top_->state], &top_->value);
+      Discard(front_, MC_GRAMMAR.symbol[top_->number()], &top_->value);
       top_--;
     }
   }
@@ -83,7 +85,7 @@ class Recovery {
     const bool done = RunAction(front_, top_, token(), rule);
     top_ -= MC_GRAMMAR.length[rule];
     if (!done) return shift_error();
-    return push(MC_GRAMMAR.after(top_->state, MC_GRAMMAR.lhs[rule]));
+    return push(MC_GRAMMAR.after(top_->number(), MC_GRAMMAR.lhs[rule]));
   }
 
   // The token leads nowhere. The first one after an error is dropped, others
@@ -98,11 +100,11 @@ class Recovery {
   // Does what the tables say until the error flag is 0.
   bool follow() {
     for (bool going_on = true; going_on;) {
-      if (!MC_GRAMMAR.reduces_at_once(top_->state)) {
+      if (!MC_GRAMMAR.reduces_at_once(top_->number())) {
         if (front_->parse.error_flag == 0) return true;
         if (ahead_->token == NO_TOKEN) *ahead_ = McLex(&front_->scanner);
       }
-      const auto step = MC_GRAMMAR.step(top_->state, token());
+      const auto step = MC_GRAMMAR.step(top_->number(), token());
       switch (step.kind) {
         case McGrammarTables::Step::SHIFT: going_on = shift(step.number); break;
         case McGrammarTables::Step::REDUCE:
