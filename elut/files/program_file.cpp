@@ -149,25 +149,30 @@ template <XdTransport TRANSPORT>
 bool WriteTreeTo(Body* body, McTree tree) {
   constexpr size_t END = TRANSPORT == XD_TRANSPORT_PLAIN ? 1 : 4;
   XdStream* xd = body->xd;
+  // All that the loop uses is at hand: bytes that are written might otherwise
+  // be those of the stream, which would have to be looked at again.
   uint8_t* next = xd->next;
+  const uint8_t* full = next;
   const auto make_room = [&] {
-    if (xd->limit - next >= ptrdiff_t{NODE_ROOM}) return true;
+    if (next < full) [[likely]]
+      return true;
     xd->next = next;
     if (!XdMakeRoom(xd, NODE_ROOM)) return false;
     next = xd->next;
+    full = xd->limit - (NODE_ROOM - 1);
     return true;
   };
-  const McNodes& nodes = body->program->store->nodes;
-  for (McNodeRef at = tree.first; at != tree.end(); at++) {
+  const McNode* const nodes = &body->program->store->nodes[0];
+  const McNode* const end = nodes + tree.end();
+  for (const McNode* at = nodes + tree.first; at != end; at++) {
     if (!make_room()) return false;
-    const McNode& node = nodes[at];
-    if (node.is_leaf()) {
-      for (McNodeRef parent = at + node.distance(); parent != at;
-           parent = nodes.first_child(parent)) {
-        next = PutNode<TRANSPORT>(next, nodes[parent]);
+    if (at->is_leaf()) {
+      for (const McNode* parent = at + at->distance(); parent != at;
+           parent -= parent->distance()) {
+        next = PutNode<TRANSPORT>(next, *parent);
         if (!make_room()) return false;
       }
-      next = PutNode<TRANSPORT>(next, node) + END;
+      next = PutNode<TRANSPORT>(next, *at) + END;
     } else {
       memset(next, 0, END);
       next += END;
