@@ -22,7 +22,7 @@ bool Fails() {
   return fail_in != 0 && --fail_in == 0;
 }
 
-constexpr size_t LARGE_BLOCK = size_t{1} << 20;
+constexpr size_t LARGE_BLOCK = size_t{256} << 10;
 constexpr size_t LARGEST_THRESHOLD = size_t{32} << 20;
 constexpr size_t LARGE_PAGE = size_t{2} << 20;
 

@@ -95,7 +95,7 @@ class UtBlock {
 };
 
 // Makes a block of `old_bytes` bytes, or none, at least `*bytes` bytes long and
-// tells how long it is now. From 1 MiB on such a block is a mapping of its own,
+// tells how long it is now. From 256 KiB on such a block is a mapping of its own,
 // in large pages where the system has them: it grows without being copied, and
 // filling it costs few page faults. UtFreeGrown, with the length that it has,
 // ends it. Throws bad_alloc with the block as it was.
