@@ -64,10 +64,9 @@ void Scan(benchmark::State& state) {
   for (auto _ : state) {
     OpenSource source(files.program);
     McScanner* scanner = &source.front.scanner;
-    TokenValue value;
-    for (int token; (token = McLex(scanner, &value)) != 0;)
-      if (token == TOKEN_SCONST)
-        McTokenTextRelease(&scanner->strings, value.text);
+    for (McToken token; (token = McLex(scanner)).token != 0;)
+      if (token.token == TOKEN_SCONST)
+        McTokenTextRelease(&scanner->strings, token.value.text);
   }
   CountBytes(state);
 }

@@ -9,17 +9,17 @@
 namespace {
 
 // The value of an expression, or the code and what was reported.
-std::string Outcome(Compile* program, const std::string& expression) {
-  (void)program->program_of("PROGRAM p;\nINTEGER v(3);\nPRINT " + expression +
-                            ";\n");
-  program->reports.text.clear();
+std::string Outcome(McRun* run, const std::string& expression) {
+  Compile program(run);
+  (void)program.program_of("PROGRAM p;\nINTEGER v(3);\nPRINT " + expression +
+                           ";\n");
+  program.reports.text.clear();
   McValue result;
-  const int code = McEvalConst(
-      &program->front, PrintedItem(program->program, program->program.body),
-      &result);
+  const int code =
+      McEvalConst(&program.front, PrintedItem(program.program), &result);
   EXPECT_TRUE(code == 0 || result.type == McValueType::VOID);
   return OutcomeText(code, result) +
-         (program->reports.text.empty() ? "" : " " + program->reports.text);
+         (program.reports.text.empty() ? "" : " " + program.reports.text);
 }
 
 TEST(Eval, Expressions) {
@@ -44,28 +44,29 @@ TEST(Eval, Expressions) {
     "A" OR 1/0 | 65 ;; 0 OR 1/0 | 5670 DIVISION: DOMAIN ERROR^J ;; 0 OR 0.0 | 0
     0 AND 1/0 | 0 ;; "A" AND "{{FF}}" | -1 ;; 2.5 AND 7 OR 1/0 | 1
     MSGGET("none", 0, "Open") | 'Open')";
-  Compile program;
+  McRun run;
   for (const auto& [expression, outcome] : Rows<2>(ROWS))
-    EXPECT_EQ(outcome, Outcome(&program, expression)) << expression;
+    EXPECT_EQ(outcome, Outcome(&run, expression)) << expression;
+  Compile empty;
   McValue result;
-  EXPECT_EQ(5292, McEvalConst(&program.front, 0, &result));
+  EXPECT_EQ(5292, McEvalConst(&empty.front, {}, &result));
 }
 
 TEST(Eval, LongestMessageReference) {
-  Compile program;
+  McRun run;
   const std::string tail = "\4" + std::string("0\4Open\4");
   const std::string longest = "\4" + std::string(1023 - 1 - tail.size(), 'n');
-  EXPECT_EQ("'Open'", Outcome(&program, '"' + longest + tail + '"'));
-  EXPECT_EQ("1024", Outcome(&program, "LEN(\"" + longest + "n" + tail + "\")"));
+  EXPECT_EQ("'Open'", Outcome(&run, '"' + longest + tail + '"'));
+  EXPECT_EQ("1024", Outcome(&run, "LEN(\"" + longest + "n" + tail + "\")"));
 }
 
 // Depth costs no native stack.
 TEST(Eval, DeepExpressions) {
-  Compile program;
+  McRun run;
   EXPECT_EQ("1000001",
-            Outcome(&program, Expanded("1{{100000*+1+1+1+1+1+1+1+1+1+1\n}}")));
+            Outcome(&run, Expanded("1{{100000*+1+1+1+1+1+1+1+1+1+1\n}}")));
   EXPECT_EQ("200000",
-            Outcome(&program, Expanded("LEN({{99999*\"ab\"+\n}}\"ab\")")));
+            Outcome(&run, Expanded("LEN({{99999*\"ab\"+\n}}\"ab\")")));
 }
 
 }  // namespace

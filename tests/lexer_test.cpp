@@ -36,7 +36,7 @@ TEST(Lexer, Tokens) {
     'A' ''' '^I' '\' '{{FF}}' 'AB'C' '' | 65 39 9 92 255 IDENT.AB 67 | '''
     "" "abc"" """ "abc^J""y" | '' 'abc"' '"' 'abc^J' 'y'
     "a\"b" "a\nb" "a\tb"     | 'a"b' 'a^Jb' 'a\tb'
-    "\\n" "\\"x" "\\\" ")    | '\^J' '\"x' '\\"' )
+    "\\n" "\\"x" "\\\" ")    | '\^J' '\"x' '\\" ' )
     "abc^Jy"^J               | IDENT.abc IDENT.y | ""
     a!x^Jb#y^J^Lc            | IDENT.a IDENT.b IDENT.c
     a?\b^`{{7C}}~^A{{7F C3}}^M | IDENT.a IDENT.b | ?\^`{{7C}}~^A{{7F C3}}^M

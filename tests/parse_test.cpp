@@ -50,7 +50,7 @@ TEST(Parse, ProgramText) {
   UtPtr<McProgram> program;
   ASSERT_EQ(0, McXdrReadFromBytes(Written(&first.program, 4), &program));
   Compile text;
-  McNodeRef body;
+  McTree body;
   EXPECT_EQ(0, McParseProgramText(&text.front,
                                   "PROGRAM t; PRINT w, %x, 1.5, 2.5; CALL s;",
                                   program.get(), &body));
@@ -83,9 +83,9 @@ TEST(Parse, TextEntries) {
     SCOPED_TRACE(source);
     Compile text;
     McFront* front = &text.front;
-    McNodeRef body;
+    McTree body;
     MaskObject* holder = nullptr;
-    UtPtr<McProgram> handler;
+    McProgram* handler = nullptr;
     int found = -1;
     switch (entry[0]) {
       case 'P':
@@ -102,7 +102,7 @@ TEST(Parse, TextEntries) {
       default:
         found = MaskParseHandlerText(front, source.c_str(),
                                      entry == "L" ? "m.msk (10)" : "m.msk",
-                                     &handler);
+                                     &text.masks, &handler);
     }
     EXPECT_EQ(stoi(code), found);
     const bool named = report.starts_with("m.msk");
@@ -111,7 +111,8 @@ TEST(Parse, TextEntries) {
         text.reports.text);
     EXPECT_EQ(entry == "H" && code == "0", holder != nullptr);
     EXPECT_EQ(source.ends_with("1; }"), handler != nullptr);
-    EXPECT_EQ(0, MaskParseHandlerText(front, nullptr, "m.msk", &handler));
+    EXPECT_EQ(0, MaskParseHandlerText(front, nullptr, "m.msk", &text.masks,
+                                      &handler));
     EXPECT_EQ(nullptr, handler);
   }
 }

@@ -63,8 +63,8 @@ inline std::string Cell(const std::string& text) {
   const size_t first = text.find_first_not_of(' ');
   if (first == std::string::npos) return "";
   std::string cell = text.substr(first, text.find_last_not_of(' ') + 1 - first);
-  for (size_t i = 0; (i = cell.find('^', i)) + 1 < cell.size(); i++)
-    if (cell[i + 1] >= '@' && cell[i + 1] <= '_')
+  for (size_t i = 0; i + 1 < cell.size(); i++)
+    if (cell[i] == '^' && cell[i + 1] >= '@' && cell[i + 1] <= '_')
       cell.replace(i, 2, 1, static_cast<char>(cell[i + 1] - '@'));
   return Expanded(cell);
 }

@@ -7,15 +7,7 @@
 #include "rows.h"
 #include "value_text.h"
 
-inline std::string TokenText(int token, const TokenValue& value) {
-  static constexpr const char* KEYWORDS[] = {
-#define MC_KEYWORD(name) #name,
-#include "elut/syntax/tokens.def"
-#undef MC_KEYWORD
-  };
-  static constexpr const char* SIGNS[] = {
-      ":", ";", ",", ".",  "[",  "]",  "(", ")",  "{", "}", "+",
-      "-", "*", "/", "**", "==", "<>", ">", ">=", "<", "<="};
+inline std::string TokenText(int64_t token, const TokenValue& value) {
   switch (token) {
     case TOKEN_IDENT: return std::string("IDENT.") + value.name->text();
     case TOKEN_FNNAME: return std::string("FNNAME.") + value.name->text();
@@ -29,9 +21,8 @@ inline std::string TokenText(int token, const TokenValue& value) {
     case TOKEN_SCONST:
       return "'" + std::string(value.text->text(), value.text->length) + "'";
   }
-  if (token >= TOKEN_ABORT && token <= TOKEN_WITH)
-    return KEYWORDS[token - TOKEN_ABORT];
-  return SIGNS[token - TOKEN_COLON];
+  const std::string name = MC_GRAMMAR.names[token];
+  return name.starts_with('"') ? name.substr(1, name.size() - 2) : name;
 }
 
 // Takes texts, or files in memory, apart.
@@ -53,11 +44,10 @@ struct Lexer {
  private:
   std::string tokens() {
     std::string all;
-    TokenValue value;
-    for (; const int token = McLex(&scanner, &value); count++) {
-      all += (all.empty() ? "" : " ") + TokenText(token, value);
-      if (token == TOKEN_SCONST)
-        McTokenTextRelease(&scanner.strings, value.text);
+    for (McToken token; (token = McLex(&scanner)).token != 0; count++) {
+      all += (all.empty() ? "" : " ") + TokenText(token.token, token.value);
+      if (token.token == TOKEN_SCONST)
+        McTokenTextRelease(&scanner.strings, token.value.text);
     }
     return all;
   }

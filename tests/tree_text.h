@@ -8,7 +8,6 @@
 #include <stdexcept>
 
 #include "elut/model/program.h"
-#include "elut/model/tree_walk.h"
 #include "value_text.h"
 
 inline std::string Readable(const std::string& text) {  // ^A: byte 1
@@ -24,28 +23,29 @@ class TreeText {
  public:
   // The trees of a routine are read with its tables.
   explicit TreeText(const McProgram& program, const McSub* sub = nullptr)
-      : program_(program), sub_(sub) {}
+      : program_(program), sub_(sub), nodes_(program.store->nodes) {}
 
   // One statement of a BLOCK to a line.
-  std::string lines(McNodeRef root) const {
-    if (root == 0) return "";
+  std::string lines(const McTree& tree) const {
+    if (tree.is_none()) return "";
     std::string text;
     int depth = 0;
-    const bool block = program_.nodes[root].kind == McNodeKind::BLOCK;
-    McTreeWalker().walk(
-        program_.nodes, root,
-        [&](const McNode& node) {
+    const bool block = nodes_[tree.root()].kind() == McNodeKind::BLOCK;
+    McWalkTrees(
+        nodes_, tree,
+        [&](McNodeRef at) {
+          const McNode& node = nodes_[at];
           if (depth++ == 0 && block) return true;
           const bool statement = depth == (block ? 2 : 1);
           if (!text.empty() && text.back() != '(')
             text += statement ? "\n" : ", ";
-          text += MC_KIND_NAMES[static_cast<int>(node.kind)] + payload(node);
-          if (node.child != 0) text += "(";
+          text += MC_KIND_NAMES[static_cast<int>(node.kind())] + payload(node);
+          if (!node.is_leaf()) text += "(";
           return true;
         },
-        [&](const McNode& node) {
+        [&](McNodeRef at) {
           depth--;
-          if (node.child != 0 && (depth > 0 || !block)) text += ")";
+          if (!nodes_[at].is_leaf() && (depth > 0 || !block)) text += ")";
           return true;
         });
     if (text.empty()) text = "BLOCK";
@@ -54,18 +54,18 @@ class TreeText {
 
  private:
   std::string payload(const McNode& node) const {
-    switch (MC_KIND_PAYLOADS[static_cast<int>(node.kind)]) {
+    switch (MC_KIND_PAYLOADS[static_cast<int>(node.kind())]) {
       case McPayload::NONE: return "";
       case McPayload::VARIABLE: return " " + variable(node);
-      case McPayload::INTEGER: return " " + std::to_string(node.integer);
+      case McPayload::INTEGER: return " " + std::to_string(node.integer());
       case McPayload::NUMBER: return " " + number(node);
-      case McPayload::FUNCTION: return " " + std::to_string(node.index);
-      case McPayload::OPERATOR: return operator_text(node.op);
+      case McPayload::FUNCTION: return " " + std::to_string(node.scope());
+      case McPayload::OPERATOR: return operator_text(node.op());
       case McPayload::INDEX:
-        return " " + (node.kind == McNodeKind::CALL
-                          ? call(program_.calls.at(node.index))
-                          : std::string(1, char('X' + node.index)));
-      case McPayload::SIGIL: return std::string(" ") + char(node.sigil);
+        return " " + (node.kind() == McNodeKind::CALL
+                          ? call(program_.calls.at(node.scope()))
+                          : std::string(1, char('X' + node.scope())));
+      case McPayload::SIGIL: return std::string(" ") + char(node.op());
     }
     return "?";
   }
@@ -78,20 +78,20 @@ class TreeText {
     return op == MC_RANGE ? " TO" : "?";
   }
   std::string number(const McNode& node) const {
-    if (node.kind == McNodeKind::TRACE) return std::to_string(node.number);
-    if (node.kind == McNodeKind::EXTERN) {
-      const char* name = StringPoolText(&program_.strings, node.number);
+    if (node.kind() == McNodeKind::TRACE) return std::to_string(node.number());
+    if (node.kind() == McNodeKind::EXTERN) {
+      const char* name = StringPoolText(&program_.strings, node.number());
       return name != nullptr ? name : throw std::out_of_range("string slot");
     }
-    if (node.number >= program_.constants.count())
+    if (node.number() >= program_.constants.count())
       throw std::out_of_range("constant");
-    const McConstant& constant = program_.constants[node.number];
+    const McConstant& constant = program_.constants[node.number()];
     if (constant.type == McValueType::REAL)
       return ValueText(McValueReal(constant.real));
     return "'" + Readable({constant.text, constant.length}) + "'";
   }
   std::string variable(const McNode& node) const {
-    const auto [scope, index] = node.variable;
+    const uint16_t scope = node.scope(), index = node.index();
     const auto& commons = sub_ != nullptr ? sub_->commons : program_.commons;
     const McVarTable* table =
         sub_ != nullptr ? &sub_->locals : &program_.variables;
@@ -117,6 +117,7 @@ class TreeText {
 
   const McProgram& program_;
   const McSub* sub_;
+  const McNodes& nodes_;
 };
 
 // The bodies of all routines, those of SUBs behind their names.
@@ -128,7 +129,11 @@ inline std::string AllTrees(const McProgram& program) {
   return text + TreeText(program).lines(program.body);
 }
 
-// The first item of a body that is one PRINT.
-inline McNodeRef PrintedItem(const McProgram& program, McNodeRef body) {
-  return program.nodes[body].child;
+// The first item of a body that is one PRINT; none if it has none.
+inline McTree PrintedItem(const McProgram& program) {
+  const McNodes& nodes = program.store->nodes;
+  const McTree& body = program.body;
+  if (nodes[body.root()].is_leaf()) return {};
+  const McNodeRef item = nodes.first_child(body.root());
+  return {body.first, item + 1 - body.first};
 }

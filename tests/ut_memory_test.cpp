@@ -44,23 +44,18 @@ TEST(UtMemory, ArenaKeepsItsTextsApart) {
     EXPECT_THROW((void)arena.take(size), std::bad_alloc);
 }
 
-struct Record {
-  uint64_t value;
-  UtRecord next;
-};
-
-TEST(UtMemory, RecordsAreNumbered) {
-  UtStruct<Record> pool;
-  for (uint32_t number = 1; number <= 100000; ++number) {
-    ASSERT_EQ(pool.take(), number);
-    pool[number].value = uint64_t{number} * 3;
+TEST(UtMemory, RecordsStayInARow) {
+  UtStruct<uint64_t> pool;
+  for (const uint32_t cut : {0U, 1U, 64U, 99999U}) {
+    pool.cut(cut);
+    for (uint32_t number = cut; number < 100000; ++number)
+      pool.add(uint64_t{number} * 3);
+    ASSERT_EQ(100000U, pool.count());
+    for (uint32_t number = 0; number < 100000; ++number)
+      ASSERT_EQ(uint64_t{number} * 3, pool[number]);
   }
-  for (uint32_t number = 1; number <= 100000; ++number)
-    ASSERT_EQ(pool[number].value, uint64_t{number} * 3);
-  pool.give(7);
-  pool.give(99);
-  for (const uint32_t number : {99U, 7U, 100001U})
-    EXPECT_EQ(pool.take(), number);
+  pool.release();
+  EXPECT_EQ(0U, pool.count());
 }
 
 // Tables use the lowest bits. Once they knew little of the last bytes of a

@@ -85,10 +85,11 @@ int XdOpenForReading(std::string_view file, XdFileKind kind,
 int XdWriteFile(const char* path, XdFileKind kind, int transport, XdPart part,
                 XdBodyWriter body, void* model) {
   UtOutputFile file;
-  if (const int code = file.open(path)) return code;
+  int code = file.open(path);
+  if (code == RC_CANNOT_CREATE) return code;
   FileSink sink(&file);
   XdStream xd;
-  int code = XdOpenForWriting(&xd, &sink, transport);
+  if (code == RC_OK) code = XdOpenForWriting(&xd, &sink, transport);
   if (code == RC_OK) {
     XdWriteHeader(&xd, kind);
     bool complete = body(&xd, model);
@@ -98,7 +99,8 @@ int XdWriteFile(const char* path, XdFileKind kind, int transport, XdPart part,
           file.written() < XD_HEADER_BYTES ? RC_HEADER_WRITE : RC_BODY_FAILED;
   }
   // A header alone, or a part of one, is never put in the place of a file.
-  if (code != RC_OK && (part == XdPart::DROPPED || code == RC_HEADER_WRITE))
+  if (code != RC_OK && (part == XdPart::DROPPED || code == RC_HEADER_WRITE ||
+                        code == RC_NO_MEMORY))
     file.abandon();
   else if (!file.commit() && code == RC_OK)
     code = RC_BODY_FAILED;

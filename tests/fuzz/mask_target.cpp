@@ -63,13 +63,13 @@ void FuzzText(const uint8_t* bytes, size_t size) {
                                         &handlers.masks, &holder);
   FUZZ_CHECK((holder != nullptr) == (code == RC_OK));
   Compile programs;
-  UtPtr<McProgram> program;
+  McProgram* program;
   (void)MaskParseHandlerText(&programs.front, text.c_str(), "form.msk (7)",
-                             &program);
-  if (program == nullptr) program = McProgramCreate();
+                             &programs.masks, &program);
+  if (program == nullptr) program = &programs.program;
   // Into the program of the handler, whose names it may use.
-  McNodeRef body;
-  (void)McParseProgramText(&programs.front, text.c_str(), program.get(), &body);
+  McTree body;
+  (void)McParseProgramText(&programs.front, text.c_str(), program, &body);
   (void)AllTrees(*program);
   McSrcSetText(&handlers.front.scanner.source, text);
   (void)McParseExpressionList(&handlers.front);

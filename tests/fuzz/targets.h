@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 
 using FuzzTarget = void (*)(const uint8_t* bytes, size_t size);
 
@@ -41,6 +42,9 @@ struct FuzzTargetRow {
   const char* name;
   FuzzTarget run;
 };
+inline std::ostream& operator<<(std::ostream& out, const FuzzTargetRow& row) {
+  return out << row.name;
+}
 inline constexpr FuzzTargetRow FUZZ_TARGETS[] = {
     {"program", FuzzProgram},    {"mask", FuzzMask},
     {"text", FuzzText},          {"program_file", FuzzProgramFile},
