@@ -3,10 +3,12 @@
 
 // Declared here, since each is defined in a file of its own name and nobody
 // else asks for it.
+void AddValidate(CLI::App* app, int* status);
 
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
+    AddValidate,
     nullptr,
 };
 

@@ -78,8 +78,10 @@ void CompiledCollector::begin(CompiledRecord record) {
 void CompiledCollector::end(CompiledRecord record) {
   if (record == CompiledRecord::SUB) in_sub_ = false;
   // The first tree is the main body.
-  if (record == CompiledRecord::TREE && tables_->subs.empty())
+  if (record == CompiledRecord::TREE && !tables_->body_read) {
     tables_->nodes = static_cast<uint32_t>(walk->nodes_so_far());
+    tables_->body_read = true;
+  }
 }
 
 void CompiledCollector::value(const CompiledValue& value) {
@@ -87,6 +89,7 @@ void CompiledCollector::value(const CompiledValue& value) {
     case CompiledField::SLOT_COUNT: tables_->slots.reserve(value.number); break;
     case CompiledField::SLOT_REFERENCES:
       tables_->slots.back().references = value.number;
+      tables_->slots.back().at = static_cast<uint32_t>(value.offset);
       break;
     case CompiledField::SLOT_RESERVED:
       tables_->slots.back().text.length = value.number - 1;
@@ -146,7 +149,7 @@ void CompiledCollector::value(const CompiledValue& value) {
 // Turns places in the text buffer into places in the file. A slot whose text is
 // not all in the buffer has none.
 void CompiledCollector::place_slots(const CompiledValue& buffer) {
-  const CompiledText texts = TextOf(*this, buffer);
+  const CompiledText texts = tables_->buffer = TextOf(*this, buffer);
   for (CompiledTables::Slot& slot : tables_->slots) {
     CompiledText& text = slot.text;
     const bool inside = slot.references != 0 && !text.is_absent() &&

@@ -24,7 +24,8 @@ struct CompiledText {
 struct CompiledTables {
   struct Slot {
     uint32_t references;
-    CompiledText text;  // absent: the slot has none that can be read
+    uint32_t at;        // of its record in the file
+    CompiledText text;  // absent: it has none, or one that is not in the buffer
   };
   struct Constant {
     CompiledText text;  // of a STRING
@@ -66,8 +67,10 @@ struct CompiledTables {
   // The name of a call: that of its SUB when it is bound.
   CompiledText call_name(const Call& call) const;
 
-  bool complete = false;  // the walk got to the end of the program
-  uint32_t nodes = 0;     // of the main body, when it was read
+  bool complete = false;   // the walk got to the end of the program
+  bool body_read = false;  // it got behind the main body
+  uint32_t nodes = 0;      // of the main body
+  CompiledText buffer;     // of the string pool; absent: not read, or none
   UtVector<Slot> slots;
   UtVector<Constant> constants;
   UtVector<Variable> variables;
