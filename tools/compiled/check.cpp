@@ -478,8 +478,14 @@ void Checker::pool_field(const CompiledValue& value) {
       const std::string_view text = slot.text.in(file);
       if (text.find('\0') != std::string_view::npos ||
           file[slot.text.at + slot.text.length] != '\0') {
-        find(UNREADABLE, value,
-             "the beginning of a text that fills the reserved bytes");
+        // One of the two is wrong: not the offset when it is what it should be.
+        if (number != begin)
+          find(UNREADABLE, value, std::to_string(begin));
+        else
+          walk->trouble(UNREADABLE, value.offset - value.length,
+                        CompiledName(CompiledField::SLOT_RESERVED),
+                        std::to_string(slot.text.length + 1),
+                        "the bytes of the text and its closing zero byte");
         break;
       }
       require(number == begin, UNSOUND, value,

@@ -2,11 +2,13 @@
 // the rest of the file, so the tables take no more memory than they need.
 #include "tools/compiled/tables.h"
 
+#include <algorithm>
+
 #include "elut/model/program.h"
 
 namespace {
 
-constexpr uint8_t EXTERNAL_CALL = 0x80;
+constexpr uint64_t LEAST_ENTRY = 3;  // bytes of the smallest entry of a table
 
 // Where the characters of a text begin.
 CompiledText TextOf(const CompiledSink& sink, const CompiledValue& value) {
@@ -84,9 +86,16 @@ void CompiledCollector::end(CompiledRecord record) {
   }
 }
 
+// Makes room for the entries of a table, as far as the file can hold them.
+template <class Table>
+void CompiledCollector::reserve(Table* table, const CompiledValue& count) {
+  const uint64_t left = walk->file().size() - count.offset;
+  table->reserve(std::min<uint64_t>(count.number, left / LEAST_ENTRY));
+}
+
 void CompiledCollector::value(const CompiledValue& value) {
   switch (value.field) {
-    case CompiledField::SLOT_COUNT: tables_->slots.reserve(value.number); break;
+    case CompiledField::SLOT_COUNT: reserve(&tables_->slots, value); break;
     case CompiledField::SLOT_REFERENCES:
       tables_->slots.back().references = value.number;
       tables_->slots.back().at = static_cast<uint32_t>(value.offset);
@@ -102,7 +111,7 @@ void CompiledCollector::value(const CompiledValue& value) {
       break;
     case CompiledField::TEXT_BUFFER: place_slots(value); break;
     case CompiledField::CONSTANT_COUNT:
-      tables_->constants.reserve(value.number);
+      reserve(&tables_->constants, value);
       break;
     case CompiledField::CONSTANT_TYPE:
       tables_->constants.back().type = static_cast<uint8_t>(value.number);
@@ -128,11 +137,11 @@ void CompiledCollector::value(const CompiledValue& value) {
     case CompiledField::COMMON_NAME:
       tables_->commons.back().name = TextOf(*this, value);
       break;
-    case CompiledField::SUB_COUNT: tables_->subs.reserve(value.number); break;
+    case CompiledField::SUB_COUNT: reserve(&tables_->subs, value); break;
     case CompiledField::SUB_NAME:
       tables_->subs.back().name = TextOf(*this, value);
       break;
-    case CompiledField::CALL_COUNT: tables_->calls.reserve(value.number); break;
+    case CompiledField::CALL_COUNT: reserve(&tables_->calls, value); break;
     case CompiledField::CALL_KIND:
       tables_->calls.back().kind = static_cast<uint8_t>(value.number);
       break;

@@ -91,6 +91,8 @@ class CompiledCollector : public CompiledSink {
   void value(const CompiledValue& value) override;
 
  private:
+  template <class Table>
+  void reserve(Table* table, const CompiledValue& count);
   void place_slots(const CompiledValue& buffer);
   CompiledTables::Routine& routine() {
     return in_sub_ ? tables_->subs.back() : tables_->main;
