@@ -4,11 +4,13 @@
 // Declared here, since each is defined in a file of its own name and nobody
 // else asks for it.
 void AddValidate(CLI::App* app, int* status);
+void AddDump(CLI::App* app, int* status);
 
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
     AddValidate,
+    AddDump,
     nullptr,
 };
 

@@ -2,6 +2,7 @@
 // buffer: most of a large output is numbers.
 #include "tools/output.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -29,12 +30,12 @@ char* ToolOutput::room(size_t bytes) {
 }
 
 void ToolOutput::put(std::string_view text) {
-  while (text.size() > buffer_.size() - used_) {
-    const size_t part = buffer_.size() - used_;
-    memcpy(buffer_.data() + used_, text.data(), part);
-    used_ += part;
-    text.remove_prefix(part);
+  if (text.size() > buffer_.size() - used_) {
     flush();
+    if (text.size() > buffer_.size()) {
+      failed_ = failed_ || !write(text.data(), text.size());
+      return;
+    }
   }
   memcpy(buffer_.data() + used_, text.data(), text.size());
   used_ += text.size();
@@ -66,6 +67,18 @@ void ToolOutput::hex_bytes(std::string_view bytes) {
     put(DIGITS[byte >> 4]);
     put(DIGITS[byte & 15]);
   }
+}
+
+void ToolOutput::spaced_bytes(std::string_view bytes, size_t columns) {
+  const size_t width = std::max(3 * bytes.size() - 1, columns) + 2;
+  char* place = room(width);
+  memset(place, ' ', width);
+  for (size_t i = 0; i < bytes.size(); i++) {
+    const auto byte = static_cast<uint8_t>(bytes[i]);
+    place[3 * i] = DIGITS[byte >> 4];
+    place[3 * i + 1] = DIGITS[byte & 15];
+  }
+  used_ += width;
 }
 
 void ToolOutput::real(double number) {
@@ -232,6 +245,11 @@ void ToolJson::boolean(bool value_of_it) {
 void ToolJson::null() {
   value();
   output_->put("null");
+}
+
+void ToolJson::raw(std::string_view json) {
+  value();
+  output_->put(json);
 }
 
 bool ToolRead(const std::string& path, UtString* bytes) {

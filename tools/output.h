@@ -33,13 +33,19 @@ class ToolOutput {
   void hex(uint64_t number, unsigned digits);
   // Two digits per byte.
   void hex_bytes(std::string_view bytes);
+  // The same with blanks between them, filled up to a number of columns and two
+  // more.
+  void spaced_bytes(std::string_view bytes, size_t columns);
   // The shortest text that is read as the same number; "nan", "inf", "-inf".
   void real(double number);
   // Between quotes; what is not printable ASCII, quotes and backslashes as
   // \n, \t, \", \\ or \xNN.
   void quoted(std::string_view text);
-  // Blanks.
+  // Blanks; and takes back those that were put last.
   void indent(size_t columns);
+  void drop_blanks() {
+    while (used_ > 0 && buffer_[used_ - 1] == ' ') used_--;
+  }
 
   // Hands on what is left. False when not all could be written.
   bool finish() {
@@ -117,6 +123,8 @@ class ToolJson {
   void real(double number);
   void boolean(bool value);
   void null();
+  // What is JSON already.
+  void raw(std::string_view json);
 
  private:
   void value();

@@ -275,7 +275,7 @@ class Checker : public CompiledSink {
   const CompiledTables& tables() const { return *walk->tables(); }
   bool in_masks() const { return walk->header().kind == XD_KIND_MASK; }
   const CompiledTables::Routine& routine() const {
-    return sub_ < 0 ? tables().main : tables().subs[static_cast<size_t>(sub_)];
+    return tables().routine(walk->sub());
   }
 
   void begin_program();
@@ -298,7 +298,6 @@ class Checker : public CompiledSink {
 
   // Of the program.
   Owner owner_ = Owner::FILE;
-  int64_t sub_ = -1;          // number of the SUB; -1: the main program
   bool main_body_ = false;    // it has one
   UtVector<uint8_t> states_;  // of the open nodes
   UtVector<uint32_t> uses_;   // of the slots of the string pool
@@ -358,7 +357,6 @@ void Checker::begin_program() {
   owner_ = !in_masks()   ? Owner::FILE
            : in_handler_ ? Owner::HANDLER
                          : Owner::MODULE;
-  sub_ = -1;
   main_body_ = false;
   reserved_ = 0;
   used_ = 0;
@@ -383,7 +381,6 @@ void Checker::end_program() {
 void Checker::begin(CompiledRecord record) {
   switch (record) {
     case CompiledRecord::PROGRAM: begin_program(); break;
-    case CompiledRecord::SUB: sub_++; break;
     case CompiledRecord::VARIABLES:
     case CompiledRecord::LOCALS:
     case CompiledRecord::PARAMETERS:
@@ -401,9 +398,8 @@ void Checker::end(CompiledRecord record) {
     case CompiledRecord::PROGRAM: end_program(); break;
     case CompiledRecord::OBJECT: types_.pop_back(); break;
     case CompiledRecord::HANDLER: in_handler_ = false; break;
-    case CompiledRecord::SUBS: sub_ = -1; break;
     case CompiledRecord::TREE: {
-      if (sub_ >= 0 || owner_ != Owner::FILE) break;
+      if (walk->sub() >= 0 || owner_ != Owner::FILE) break;
       const bool module = walk->header().kind == XD_KIND_MODULE;
       if (module != main_body_) break;
       report_(
@@ -635,7 +631,7 @@ void Checker::program_field(const CompiledValue& value) {
       break;
     case CompiledField::NODE_END: no_body(value); break;
     case CompiledField::COMMON_COUNT:
-      if (owner_ == Owner::FILE && sub_ < 0 &&
+      if (owner_ == Owner::FILE && walk->sub() < 0 &&
           walk->header().kind == XD_KIND_MODULE)
         require(number == 0, UNSOUND, value,
                 "0: a module has no main COMMON blocks");
@@ -785,7 +781,7 @@ void Checker::mask_field(const CompiledValue& value) {
 // Trees -----------------------------------------------------------------------
 
 void Checker::no_body(const CompiledValue& value) {
-  if (sub_ >= 0)
+  if (walk->sub() >= 0)
     find(UNSOUND, value, "no body", "the body of the SUB");
   else if (owner_ == Owner::HANDLER)
     find(UNSOUND, value, "no body", "the body of the handler");
@@ -801,12 +797,12 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
     case VAR:
     case REFVAR: {
       // The tables of the main program stand behind its body.
-      if (sub_ < 0 && !tables().complete) break;
+      if (walk->sub() < 0 && !tables().complete) break;
       const CompiledTables::Range* table =
           tables().scope(routine(), bits.scope());
       if (table == nullptr) {
         std::string expected = "2 variables";
-        if (sub_ >= 0) expected += ", 3 parameters";
+        if (walk->sub() >= 0) expected += ", 3 parameters";
         const uint32_t commons = routine().commons.count;
         if (commons > 0)
           expected +=
@@ -943,7 +939,7 @@ void Checker::node(const CompiledNode& node) {
   const auto& kinds = walk->kinds();
   Kinds context = BODY;  // what may stand here
   if (states_.empty()) {
-    if (sub_ < 0) {
+    if (walk->sub() < 0) {
       main_body_ = true;
       if (owner_ == Owner::MODULE)
         walk->trouble(UNSOUND, node.offset,

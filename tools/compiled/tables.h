@@ -59,6 +59,10 @@ struct CompiledTables {
     uint8_t kind;  // as in the file
   };
 
+  // The main program for -1, else the SUB of that number.
+  const Routine& routine(int64_t sub) const {
+    return sub < 0 ? main : subs[static_cast<size_t>(sub)];
+  }
   // The table that a scope selects in a routine; nullptr when there is none.
   const Range* scope(const Routine& routine, uint32_t scope) const;
   // A variable of a routine, or nullptr.

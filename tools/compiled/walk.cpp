@@ -764,12 +764,14 @@ bool CompiledWalk::subs() {
   uint32_t subs;
   if (!count(CompiledField::SUB_COUNT, &subs, SUB_BYTES)) return false;
   const auto sub = [&] {
+    sub_++;
     return text(CompiledField::SUB_NAME) &&
            variables(CompiledRecord::LOCALS, "locals") &&
            variables(CompiledRecord::PARAMETERS, "parameters") && commons() &&
            tree();
   };
   if (!entries(CompiledRecord::SUB, subs, sub)) return false;
+  sub_ = -1;
   sink_->end(CompiledRecord::SUBS);
   return leave();
 }
@@ -819,6 +821,7 @@ bool CompiledWalk::program() {
 }
 
 bool CompiledWalk::record() {
+  sub_ = -1;
   sink_->begin(CompiledRecord::PROGRAM);
   uint32_t nodes;
   if (!pool() || !text(CompiledField::PROGRAM_NAME) || !imports() ||

@@ -172,6 +172,8 @@ class CompiledWalk {
   // tables of the program, valid up to the end of its record.
   uint32_t index() const;
   const CompiledTables* tables() const { return tables_; }
+  // The number of the SUB of the program that it is in, or -1.
+  int64_t sub() const { return sub_; }
   // Nodes around the one that was passed on last, and their kinds, that one's
   // included.
   const UtVector<uint8_t>& kinds() const { return kinds_; }
@@ -253,4 +255,5 @@ class CompiledWalk {
   UtVector<uint8_t> kinds_;
   uint64_t nodes_ = 0;  // that were walked through
   const CompiledTables* tables_ = nullptr;
+  int64_t sub_ = -1;
 };
