@@ -47,8 +47,9 @@ class Recovery {
       : front_(front), stack_(stack), top_(top), ahead_(&front->parse.ahead) {}
 
   // Goes on after an error. False when the parse cannot; otherwise it goes on
-  // in the state on top, which needs a token.
+  // in the state on top, which needs a token, if it is not at its end.
   bool run() { return shift_error() && follow(); }
+  bool accepted() const { return top_->number() == MC_GRAMMAR.final_state; }
   McStackEntry* top() const { return top_; }
 
  private:
@@ -100,6 +101,7 @@ class Recovery {
   // Does what the tables say until the error flag is 0.
   bool follow() {
     for (bool going_on = true; going_on;) {
+      if (accepted()) return true;
       if (!MC_GRAMMAR.reduces_at_once(top_->number())) {
         if (front_->parse.error_flag == 0) return true;
         if (ahead_->token == NO_TOKEN) *ahead_ = McLex(&front_->scanner);
@@ -160,6 +162,7 @@ failed_action:
   front->parse.ahead = {token, value};
   Recovery recovery(front, stack, top);
   if (!recovery.run()) return ParseEnd::FAILED;
+  if (recovery.accepted()) return ParseEnd::ACCEPTED;
   top = recovery.top();
   token = static_cast<int>(front->parse.ahead.token);
   value = front->parse.ahead.value;
