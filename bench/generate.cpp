@@ -230,6 +230,88 @@ void Window(Writer* out, unsigned number) {
   *out << "}\n\n";
 }
 
+// The body of one program ----------------------------------------------------
+
+constexpr unsigned VARIABLES = 50000;  // a table holds 65535
+constexpr unsigned CALLS = 60000;
+
+void Declarations(Writer* out) {
+  *out << "  INTEGER count, index, row, level, state, list(20);\n"
+          "  REAL length, width, height, angle, ratio;\n"
+          "  STRING name, line, unit;\n"
+          "  POINT start, centre;\n";
+}
+
+void Flat(Writer* out) {
+  *out << "  " << out->pick(REALS) << " = ";
+  Expression(out);
+  *out << ";\n";
+}
+
+void Strings(Writer* out, unsigned number) {
+  *out << "  " << out->pick(STRINGS) << " = \"" << out->pick(MESSAGES) << " "
+       << number << "\" + " << out->pick(STRINGS) << ";\n";
+}
+
+void Calls(Writer* out, unsigned number) {
+  *out << "  CALL ";
+  Routine(out, number % CALLS);
+  *out << "(" << out->pick(REALS) << ", list(*), " << out->draw(100) << ");\n";
+}
+
+void Variable(Writer* out, unsigned number) {
+  *out << NOUNS[number % std::size(NOUNS)] << "_" << number;
+}
+
+// Declares as many variables as will do, then uses them.
+void Symbols(Writer* out, size_t bytes) {
+  constexpr size_t BYTES_EACH = 60;  // declared once and used three times
+  constexpr unsigned STEP = 7919;    // a prime: it meets all of them
+  const auto wanted = static_cast<unsigned>(bytes / BYTES_EACH) + 1;
+  const unsigned count = wanted < VARIABLES ? wanted : VARIABLES;
+  *out << "  REAL ";
+  for (unsigned i = 0; i < count; i++) {
+    Variable(out, i);
+    *out << (i + 1 < count ? (i % 8 == 7 ? ",\n    " : ", ") : ";\n");
+  }
+  for (unsigned i = 0; i < count || out->size() < bytes; i++) {
+    const char* separators[] = {"  ", " = ", " + "};
+    for (unsigned part = 0; part < 3; part++) {
+      *out << separators[part];
+      Variable(out, (i * 3 + part) * STEP % count);
+    }
+    *out << ";\n";
+  }
+}
+
+void Deep(Writer* out, size_t bytes) {
+  *out << "  length = width";
+  for (unsigned i = 1; out->size() < bytes; i++) {
+    *out << (i % 2 == 0 ? " + " : " * ") << out->pick(REALS);
+    if (i % 16 == 0) *out << "\n    ";
+  }
+  *out << ";\n";
+}
+
+std::string GenerateBody(std::string_view shape, size_t bytes) {
+  Writer out(bytes);
+  out << "PROGRAM site;\n";
+  if (shape == "symbols") {
+    Symbols(&out, bytes);
+    return out.take();
+  }
+  Declarations(&out);
+  if (shape == "deep") Deep(&out, bytes);
+  for (unsigned i = 0; out.size() < bytes; i++)
+    if (shape == "flat")
+      Flat(&out);
+    else if (shape == "strings")
+      Strings(&out, i);
+    else
+      Calls(&out, i);
+  return out.take();
+}
+
 }  // namespace
 
 std::string GenerateProgram(size_t bytes) {
@@ -247,4 +329,14 @@ std::string GenerateMasks(size_t bytes) {
   Writer out(bytes);
   for (unsigned number = 0; out.size() < bytes; number++) Window(&out, number);
   return out.take();
+}
+
+std::string GenerateShape(std::string_view shape, size_t bytes) {
+  if (shape == "mixed") return GenerateProgram(bytes);
+  if (shape == "masks") return GenerateMasks(bytes);
+  if (shape == "trivial") return "PROGRAM p;\n;\n";
+  for (const std::string_view body :
+       {"flat", "strings", "symbols", "calls", "deep"})
+    if (shape == body) return GenerateBody(shape, bytes);
+  return "";
 }
