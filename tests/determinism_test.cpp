@@ -1,15 +1,13 @@
 // The same source gives the same bytes, whatever stands beside it: other files
-// of the run, other runs in other threads, the environment, the locale, and
-// where in memory things lie. Only names of attributes that have values of two
-// types in a run make the order of masks count.
+// of the run, the environment, the locale, and where in memory things lie. Only
+// names of attributes that have values of two types in a run make the order of
+// masks count. Threads are the affair of threads_test.cpp.
 #include <gtest/gtest.h>
 #include <sys/personality.h>
 
 #include <algorithm>
 #include <map>
-#include <thread>
 
-#include "compile.h"
 #include "file_tree.h"
 #include "quillo_run.h"
 
@@ -87,42 +85,6 @@ TEST_F(Determinism, OrderOfMasksThatClash) {
   EXPECT_EQ(outputs({"t.msk"}).at("t.cg"), texts.at("t.cg"));
   EXPECT_NE(texts.at("t.cg"), numbers.at("t.cg"));
   EXPECT_NE(numbers.at("n.cg"), texts.at("n.cg"));
-}
-
-// Runs share nothing, so each may have a thread of its own. Each compiles all
-// of the sources, beginning with another one.
-TEST_F(Determinism, Threads) {
-  std::vector<std::string> sources = programs_;
-  sources.insert(sources.end(), masks_.begin(), masks_.end());
-  write("bad.mac", "PROGRAM p;\nINTEGER a(INT(1)), b(1/0);\nPRINT x;\n");
-  sources.push_back("bad.mac");
-  const auto compile_all = [&](size_t first, Outputs* outputs) {
-    McSrcFiles disk;
-    McRun run;
-    for (size_t i = 0; i < sources.size(); i++) {
-      const std::string source = sources[(first + i) % sources.size()];
-      Compile compile(&run, &disk);
-      const int code = compile.compile(source);
-      const std::string stem = std::filesystem::path(source).stem();
-      if (code != RC_OK)
-        (*outputs)[stem] = compile.reports.text;
-      else if (source.ends_with(".msk"))
-        (*outputs)[stem + ".cg"] = Written(&compile.masks, XD_TRANSPORT_XDR);
-      else
-        (*outputs)[stem + ".cm"] = Written(&compile.program, XD_TRANSPORT_XDR);
-    }
-  };
-  expected_["bad"] =
-      "p: Fehler bei Funktionsaufruf: 5294\nDIVISION: DOMAIN ERROR\n"
-      "0:bad.mac Line:3 Code:1 ! undefined variable 'x'\n\n";
-  for (int round = 0; round < 10; round++) {
-    Outputs outputs[4];
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < 4; i++)
-      threads.emplace_back(compile_all, i * 3, &outputs[i]);
-    for (std::thread& thread : threads) thread.join();
-    for (const Outputs& of_thread : outputs) EXPECT_EQ(expected_, of_thread);
-  }
 }
 
 TEST_F(Determinism, Environment) {
