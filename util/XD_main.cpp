@@ -81,7 +81,7 @@ XdStream* Owner(XDR* xdr) {
 }
 
 bool_t GetLong(XDR* xdr, long* value) {
-  uint32_t word;
+  uint32_t word = 0;
   if (!TakeRaw(Owner(xdr), &word, sizeof word)) return FALSE;
   *value = static_cast<int32_t>(__builtin_bswap32(word));
   return TRUE;
