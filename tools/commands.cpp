@@ -5,12 +5,16 @@
 // else asks for it.
 void AddValidate(CLI::App* app, int* status);
 void AddDump(CLI::App* app, int* status);
+void AddCompile(CLI::App* app, int* status);
+void AddDeps(CLI::App* app, int* status);
 
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
     AddValidate,
     AddDump,
+    AddCompile,
+    AddDeps,
     nullptr,
 };
 

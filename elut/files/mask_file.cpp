@@ -212,6 +212,11 @@ int MaskListWrite(EditorList* list, int transport, const char* path) {
                      list);
 }
 
+int MaskListWriteWhole(EditorList* list, int transport, const char* path) {
+  return XdWriteFile(path, XD_KIND_MASK, transport, XdPart::DROPPED,
+                     WriteRecord, list);
+}
+
 int MaskListWriteToSink(EditorList* list, int transport, XdSink* sink) {
   XdStream xd;
   if (const int code = XdOpenForWriting(&xd, sink, transport)) return code;

@@ -31,6 +31,11 @@ inline constexpr uint32_t MASK_NESTING_LIMIT = 150;
 [[nodiscard]] int MaskListWrite(EditorList* list, int transport,
                                 const char* path);
 
+// The same for those who want the whole file or none: what could not be
+// completed is not put in place.
+[[nodiscard]] int MaskListWriteWhole(EditorList* list, int transport,
+                                     const char* path);
+
 // Writes the same bytes to a sink. Returns 0, RC_INVALID or RC_BODY_FAILED.
 [[nodiscard]] int MaskListWriteToSink(EditorList* list, int transport,
                                       XdSink* sink);
