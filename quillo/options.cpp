@@ -28,17 +28,21 @@ constexpr char USAGE[] =
 constexpr char DESCRIPTION[] =
     "Compiler fuer Programme, Module und Maskendefinitionen.\n";
 
-enum class Option { HELP, XDR, NOXDR, MASK, PRINT, DUMP, COMPILE, OUT, TRACE };
-
-struct OptionName {
-  const char* name;
-  Option option;
-};
-
-constexpr OptionName OPTIONS[] = {
-    {"h", Option::HELP},     {"xdr", Option::XDR},     {"noxdr", Option::NOXDR},
-    {"w", Option::MASK},     {"print", Option::PRINT}, {"dump", Option::DUMP},
-    {"cg", Option::COMPILE}, {"o", Option::OUT},       {"t", Option::TRACE},
+constexpr OptionRow OPTIONS[] = {
+    {"h", Option::HELP, "", "Print the usage text and end"},
+    {"o", Option::OUT, "destination",
+     "Where to write: with one file the name of the output, with several the "
+     "directory of the outputs"},
+    {"xdr", Option::STORE_XDR, "", "Store compiled files in XDR; the default"},
+    {"noxdr", Option::STORE_PLAIN, "",
+     "Store compiled files in the plain encoding, which is shorter"},
+    {"dump", Option::DUMP, "",
+     "Print the listing of each program; not for masks"},
+    {"t", Option::TRACE, "level",
+     "With a level other than 0: store line numbers for tracing"},
+    {"w", Option::MASK, "", "The files are mask definitions"},
+    {"print", Option::PRINT, "", "With -w: print them"},
+    {"cg", Option::COMPILE, "", "With -w: write compiled mask files"},
 };
 
 // Reads the arguments one after the other.
@@ -82,7 +86,7 @@ class ArgumentReader {
   }
 
   bool option(const char* name) {
-    for (const OptionName& row : OPTIONS)
+    for (const OptionRow& row : OPTIONS)
       if (strcmp(row.name, name) == 0) return apply(row.option);
     out_->error("%s: illegal option: %s\n", program_, name);
     out_->error(USAGE, program_);
@@ -97,8 +101,10 @@ class ArgumentReader {
         out_->out("%s", DESCRIPTION);
         *status_ = 0;
         return false;
-      case Option::XDR: options_->store_mode = XD_TRANSPORT_XDR; return true;
-      case Option::NOXDR:
+      case Option::STORE_XDR:
+        options_->store_mode = XD_TRANSPORT_XDR;
+        return true;
+      case Option::STORE_PLAIN:
         options_->store_mode = XD_TRANSPORT_PLAIN;
         return true;
       case Option::MASK: options_->mask_mode = true; return true;
@@ -154,6 +160,10 @@ class ArgumentReader {
 };
 
 }  // namespace
+
+std::span<const OptionRow> OptionTable() {
+  return OPTIONS;
+}
 
 bool ReadOptions(Channels* out, int argc, char** argv, Options* options,
                  int* status) {

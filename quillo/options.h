@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "services/channels.h"
 #include "util/XD_main.h"
@@ -20,6 +21,28 @@ struct Options {
   const char* sources[SOURCE_FILE_LIMIT];  // arguments, in their order
   unsigned source_count = 0;
 };
+
+enum class Option {
+  HELP,
+  STORE_XDR,
+  STORE_PLAIN,
+  MASK,
+  PRINT,
+  DUMP,
+  COMPILE,
+  OUT,
+  TRACE
+};
+
+struct OptionRow {
+  const char* name;  // without its "-"
+  Option option;
+  const char* value;    // name of the argument that follows; "": none
+  const char* meaning;  // for the manual; -h prints a text of its own
+};
+
+// Every option that is understood.
+std::span<const OptionRow> OptionTable();
 
 // Reads the arguments. Returns true when sources are to be compiled; otherwise
 // everything has been printed that there is to say, and `*status` is the exit

@@ -21,4 +21,7 @@ using ToolCommand = void (*)(CLI::App* app, int* status);
 // Every command, in the order of the help; nullptr ends them.
 const ToolCommand* ToolCommands();
 
+// Makes app the whole program: its name, its own options and all commands.
+void ToolDescribe(CLI::App* app, int* status);
+
 #endif

@@ -23,3 +23,13 @@ constexpr ToolCommand COMMANDS[] = {
 const ToolCommand* ToolCommands() {
   return COMMANDS;
 }
+
+void ToolDescribe(CLI::App* app, int* status) {
+  app->name("quillo-tools");
+  app->description("Tools round the compiled files and the sources of quillo");
+  app->set_version_flag("--version", "quillo-tools " QUILLO_VERSION);
+  app->require_subcommand(1);
+  app->fallthrough(false);
+  for (const ToolCommand* command = ToolCommands(); *command; ++command)
+    (*command)(app, status);
+}

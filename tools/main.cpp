@@ -42,14 +42,9 @@ int Misused(const std::string& what, const std::string& hint) {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app("Tools round the compiled files and the sources of quillo.",
-               "quillo-tools");
-  app.set_version_flag("--version", "quillo-tools " QUILLO_VERSION);
-  app.require_subcommand(1);
-  app.fallthrough(false);
+  CLI::App app;
   int status = TOOL_FINE;
-  for (const ToolCommand* command = ToolCommands(); *command; ++command)
-    (*command)(&app, &status);
+  ToolDescribe(&app, &status);
   // Asked before the options are read, whose first complaint would be that
   // there is no command at all.
   if (argc > 1) {
