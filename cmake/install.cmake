@@ -27,18 +27,15 @@ install(FILES
 set(QUILLO_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
   "Where completions for zsh are installed")
 set(made ${CMAKE_BINARY_DIR}/manual)
-set(completions
-  bash ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ""  ""
-  zsh  ${QUILLO_ZSH_DIR}                                    "_" ""
-  fish ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d   ""  ".fish")
-foreach(component quillo tools)
-  string(REPLACE "tools" "quillo-tools" program ${component})
-  set(shells ${completions})
-  while(shells)
-    list(POP_FRONT shells shell directory before after)
-    install(FILES ${made}/completions/${shell}/${before}${program}${after}
-      DESTINATION ${directory} COMPONENT ${component})
-  endwhile()
+foreach(program quillo quillo-tools)
+  string(REPLACE quillo-tools tools component ${program})
+  install(FILES ${made}/completions/bash/${program} COMPONENT ${component}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${made}/completions/zsh/_${program} COMPONENT ${component}
+    DESTINATION ${QUILLO_ZSH_DIR})
+  install(FILES ${made}/completions/fish/${program}.fish
+    COMPONENT ${component}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endforeach()
 install(FILES ${made}/man/man1/quillo.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT quillo)
@@ -54,9 +51,24 @@ install(FILES share/quillo.magic
 install(FILES share/quillo.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages COMPONENT quillo)
 
+# Editor files: where each editor looks by itself, and the rest for those who
+# put them there.
+if(EXISTS ${CMAKE_SOURCE_DIR}/editors)
+  install(DIRECTORY editors/vim/ COMPONENT quillo
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/vim/vimfiles)
+  install(DIRECTORY editors/emacs/ COMPONENT quillo
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/emacs/site-lisp)
+  install(DIRECTORY editors/vscode editors/pygments COMPONENT quillo
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/quillo/editors
+    PATTERN __pycache__ EXCLUDE)
+endif()
+
 # Documents and examples.
-file(GLOB documents CONFIGURE_DEPENDS README.md CHANGELOG.md docs/*.md)
+set(documents README.md CHANGELOG.md)
+if(NOT EXISTS ${CMAKE_SOURCE_DIR}/CHANGELOG.md)
+  set(documents README.md)
+endif()
 install(FILES ${documents}
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT quillo)
-install(DIRECTORY examples
+install(DIRECTORY docs examples
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT quillo)
