@@ -40,6 +40,8 @@ class Documentation : public FileTree,
  protected:
   Documentation() {
     std::filesystem::copy(SOURCE_DIRECTORY "/examples", "examples");
+    set_environment("HOME", root().c_str());
+    set_environment("QUILLO", SOURCE_DIRECTORY);
   }
 
   void block(const Block& block) {

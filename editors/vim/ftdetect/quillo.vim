@@ -1,0 +1,2 @@
+" Programs and modules, what they include, and masks.
+autocmd BufNewFile,BufRead *.mac,*.msk setfiletype quillo
