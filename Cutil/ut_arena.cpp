@@ -1,4 +1,8 @@
-// Chunks form a list, the one in use on top.
+// Millions of names and nodes must neither pay for a block each nor be freed
+// one by one. Chunks form a list with the one in use on top, and an address in
+// that chunk is all that taking a block moves; what does not fit goes here. A
+// large request gets a chunk of its own, put below the top one, whose rest
+// stays in use: otherwise a few long texts would waste most of the memory.
 #include "Cutil/ut_arena.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Every operation works on plain bytes in one code page: arguments are
+// converted to the code page of the value first. Questions that have to look at
+// letters, or at texts in two code pages, are asked in UTF-16, which all of
+// them can be converted to. The converter is the system's.
 #include "Cutil/ut_cstring.h"
 
 #include <iconv.h>
@@ -8,10 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-
-// Every operation works on plain bytes in one code page: arguments are
-// converted to the code page of the value first. Questions that have to look
-// at letters, or at texts in two code pages, are asked in UTF-16.
 
 namespace {
 

@@ -1,5 +1,5 @@
 // A thin layer over the C library's allocator, with the fault that tests ask
-// for in front of it.
+// for in front of it: one place, so that one counter reaches every request.
 #include "Cutil/ut_memory.h"
 
 #include <malloc.h>

@@ -1,5 +1,7 @@
-// Every change goes through one routine that makes room first and then cannot
-// fail.
+// A change may fail for want of memory, its source may be a part of the text
+// itself, and a text that was refused must be what it was. So every change goes
+// through one routine that makes room first, moves the source along, and then
+// cannot fail.
 #include "Cutil/ut_text.h"
 
 #include <cstring>

@@ -1,5 +1,7 @@
 // One table of options, one pass over the arguments: an error or -h decides as
-// soon as it is met.
+// soon as it is met, and what follows is not looked at. That order can be seen
+// from outside, so a library for command lines, which reads everything first,
+// is of no use here.
 #include "quillo/options.h"
 
 #include <cstdio>

@@ -1,5 +1,6 @@
-// The system answers for one path at a time; nothing here is remembered but the
-// current directory.
+// Paths as the suite writes them, with "/", a drive or a share in front, are
+// asked of a system that knows the first only. The system answers for one path
+// at a time; nothing here is remembered but the current directory.
 #include "services/environment.h"
 
 #include <sys/stat.h>

@@ -1,4 +1,5 @@
-// The table of the header, as texts by number.
+// The table of the header, as texts by number. The compiler itself uses the
+// texts by their names, as formats that a compiler of C++ can check.
 #include "trt/messages.h"
 
 #include <cstdint>

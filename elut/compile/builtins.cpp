@@ -1,5 +1,8 @@
-// A function below is called with arguments that fit its signature. It sets
-// the result only when it succeeds.
+// A bound may call a few of the built-ins. Types and counts are looked at in
+// one place, with the signatures of builtins.def as a little language of one
+// character per argument; so a function below is called with arguments that
+// fit, and is nothing but its formula. It sets the result only when it
+// succeeds.
 #include "elut/compile/builtins.h"
 
 #include <cerrno>

@@ -1,4 +1,10 @@
 // Headers, imports and includes, and what becomes of refused builders.
+//
+// A builder answers with a code, but most rules go on whatever it says: users
+// are told of a full table only, and a missing declaration shows when its name
+// is used. What is to be heard of a code is decided here, once for all rules.
+// The names of an IMPORT come before the place that they come from, so they are
+// collected.
 #include "Cutil/codes.h"
 #include "elut/compile/actions.h"
 #include "trt/messages.h"

@@ -1,5 +1,10 @@
 // Masks: what the rules of the mask definition do with objects, attributes and
 // handlers, and with the programs in them.
+//
+// Rules are reduced from the inside out, but an object must be there before its
+// members. So it is made when its name has been read, and pushed on a stack of
+// open objects; members go to the top one. The stack is a vector: how deep
+// objects nest is up to the parser's stack alone.
 #include <cstring>
 
 #include "Cutil/codes.h"

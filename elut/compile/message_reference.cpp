@@ -1,5 +1,9 @@
 // References to messages become texts of a fixed form: parts between separator
 // bytes, which tell the run time the kind of look-up.
+//
+// Whoever reads them has a buffer of 255 characters, so a longer one is
+// refused. It is put together in a buffer of that size, while its full length
+// is counted.
 #include <cstdio>
 #include <cstring>
 

@@ -1,4 +1,9 @@
 // What a builder has to look up before it adds its node.
+//
+// Nodes are added to an array as rules are reduced, so a node stands after
+// those below it and nothing is linked; what is left to do is to find the
+// number that a node carries: of a constant, a call reference, a slot of the
+// string pool, or a coordinate that the variable may not have.
 #include "elut/compile/node_build.h"
 
 #include "Cutil/codes.h"

@@ -1,4 +1,7 @@
-// A handler is parsed into a placeholder object, out of which it is handed.
+// Texts that are no files go through the same parser, in another mode. A
+// handler needs an object that it belongs to, and a program a place for its
+// body: a handler is parsed into a placeholder object, out of which it is
+// handed.
 #include "elut/compile/parse_text.h"
 
 #include "Cutil/codes.h"

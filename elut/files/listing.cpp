@@ -1,4 +1,8 @@
-// Listings are printed piece by piece; the standard output collects the pieces.
+// A listing shows a tree in columns: a child stands to the right of its parent,
+// the first one in the same line, each further one in a line of its own. The
+// depth is all that the walk has to count, so a deep tree costs no native
+// stack. Listings are printed piece by piece; the standard output collects the
+// pieces.
 #include "elut/files/listing.h"
 
 #include "Cutil/codes.h"

@@ -1,5 +1,8 @@
-// One routine per record, for both directions. The walk through the objects
-// goes along their links, so that nothing recurses as deep as they nest.
+// One routine per record lists its fields in file order, for both directions,
+// so that what is written can be read. The walk through the objects goes along
+// their links, so that nothing recurses as deep as they nest. A file that is
+// refused must leave nothing: the attribute names that it has brought are
+// forgotten again.
 #include "elut/files/mask_file.h"
 
 #include <cstring>

@@ -1,5 +1,7 @@
-// A table of a few entries is searched from its start; a larger one has an
-// index.
+// Equal constants share an entry, so each one is looked for before it is added.
+// A table of a few entries is searched from its start, which is faster than
+// hashing and takes no memory; a larger one has an index. Masks have thousands
+// of programs with a handful of constants each.
 #include "elut/model/constants.h"
 
 #include <bit>

@@ -1,5 +1,7 @@
 // A list grows by doubling. The array that it has outgrown stays in the arena;
-// all of them together are smaller than the array in use.
+// all of them together are smaller than the array in use, and nothing needs to
+// be freed when the list goes. Names are numbered by a string pool, which is
+// what the files' reader wants, and their types stand in an array beside it.
 #include "elut/model/mask_attributes.h"
 
 #include <algorithm>

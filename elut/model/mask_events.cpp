@@ -1,5 +1,6 @@
-// Key names are looked up by bisection; handlers live in the arena of their
-// EditorList.
+// Key names are few and fixed: a sorted table, searched by bisection, needs
+// nothing at start-up. Handlers live in the arena of their EditorList, in an
+// array that grows by doubling, like the lists of attributes.
 #include "elut/model/mask_events.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 // What a program owns hangs in its vectors and its store, so releasing it is
-// nothing but its destructor.
+// nothing but its destructor. Calls are bound to SUBs after the parse, when all
+// SUBs are known; both tables may be large, so SUBs are found by an index.
 #include "elut/model/program.h"
 
 #include <cstring>

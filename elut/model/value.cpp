@@ -1,4 +1,5 @@
-// Makers of values.
+// Makers of values. A text may be as long as memory allows, and its copy is the
+// only one of them that can fail.
 #include "elut/model/value.h"
 
 #include <cstring>

@@ -1,5 +1,6 @@
-// The header of a report, its text and its line feed leave together, so that
-// compilers that run side by side do not tear each other's lines apart.
+// How a report looks to users of the compiler. Its header, its text and its
+// line feed leave together, so that compilers that run side by side do not tear
+// each other's lines apart.
 #include "elut/syntax/reports.h"
 
 #include <cstdio>

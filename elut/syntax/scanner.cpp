@@ -1,5 +1,6 @@
-// Texts of reports are put together here, whatever their length; without memory
-// for a long one the report goes out without it.
+// Texts of reports are put together here, whatever their length, and get the
+// place that the source has reached. Without memory for a long one the report
+// goes out without it: that something is wrong must be heard in any case.
 #include "elut/syntax/scanner.h"
 
 #include <cstdarg>
