@@ -223,6 +223,9 @@ TEST(WhereIsWhat, KnowsTheFiles) {
   for (const char* room :
        {"Cutil", "util", "services", "trt", "elut", "quillo", "tools"})
     for (const std::string& file : FilesOf(room, "")) {
+      if (file.ends_with(".cpp") || file.ends_with(".h"))
+        EXPECT_TRUE(ReadWhole(SOURCE_DIRECTORY "/" + file)->starts_with("// "))
+            << file << " does not begin with what it is about";
       const std::string parent = file.substr(0, file.rfind('/'));
       EXPECT_TRUE(known.contains(file) || known.contains(parent + "/") ||
                   file.ends_with("CMakeLists.txt"))
