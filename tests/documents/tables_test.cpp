@@ -4,7 +4,7 @@
 
 #include "Cutil/codes.h"
 #include "elut/compile/builtins.h"
-#include "elut/compile/parse.h"
+#include "tests/compile.h"
 #include "tests/documents/pages.h"
 
 namespace {
@@ -37,13 +37,6 @@ const std::vector<Builtin> BUILTINS = {
 #undef MC_BUILTIN
 };
 
-class Silence : public McReportSink {
-  void report(const McReport& report) override { text += report.text; }
-
- public:
-  std::string text;
-};
-
 TEST(Tables, Builtins) {
   size_t number = 0;
   for (const std::string& line :
@@ -57,7 +50,7 @@ TEST(Tables, Builtins) {
     EXPECT_EQ(Signature(builtin.signature).words, cells[2]) << builtin.name;
     EXPECT_EQ(builtin.function == "nullptr" ? "—" : "yes", cells[4]);
     // The results of those that may stand in bounds; VAL wants a number.
-    Silence reports;
+    ReportText reports;
     McMath math{&reports};
     std::vector<McValue> arguments;
     for (const char type : builtin.signature)
@@ -121,27 +114,56 @@ TEST(Tables, NodesAndOperators) {
                        operators.substr(0, operators.size() - 2) + "."));
 }
 
-class TextFile : public McSrcProvider {
- public:
-  explicit TextFile(std::string text) : text_(std::move(text)) {}
-  UtPtr<McSrcBytes> open(const char*) override {
-    return UtMake<McSrcMemory>(text_);
+int CodeOf(const std::string& text, bool mask) {
+  Compile compile;
+  return mask ? compile.masks_of(text) : compile.program_of(text);
+}
+
+// The README's table of codes has a cell for programs and one for masks. What
+// is in it can be met there, and what cannot is not in it.
+TEST(Tables, CodesOfPrograms) {
+  struct Case {
+    int code;
+    const char* program;  // nullptr: cannot be met
+    const char* mask;
+  };
+  static constexpr Case CASES[] = {
+      {1, "PROGRAM p; x = 1;", "WINDOW w { ON SHOW EXECUTE { x = 1; } }"},
+      {2, "x = 1;", "1 + 2"},
+      {3, nullptr, "PROGRAM p; ;"},
+      {4, nullptr, "MODULE m; SUB s ; SUBEND"},
+      {5, "WINDOW w { ; }", nullptr},
+      {5, "", nullptr},
+      {5, "INTEGER i;", nullptr},
+      {6, "PROGRAM p; INTEGER i j; ;", "WINDOW w { MODULE { INTEGER i j; } }"},
+      {7, "ON SHOW DO a;", "ON SHOW DO a;"},
+      {1006, "PROGRAM p; SUB s ; SUBEND INCLUDE \"\"; ;",
+       "WINDOW w { ON SHOW EXECUTE { INCLUDE \"\"; ; } }"},
+      {5104, "PROGRAM p; ALLOCATE x(1);",
+       "WINDOW w { ON SHOW EXECUTE { ALLOCATE x(1); } }"},
+      {5281, "MODULE m;", ""},
+      {5281, "MODULE m; INTEGER i;", "INTEGER i;"},
+      {5672, "PROGRAM p; PRINT 9999999999;", "WINDOW w { x = 9999999999; }"},
+      {0, nullptr,  // cleared by the next object
+       "WINDOW w { ON SHOW EXECUTE { x = 1; } BUTTON { ; } }"}};
+  std::map<int, std::vector<std::string>> rows;
+  for (const std::string& line :
+       Lines(ReadWhole(SOURCE_DIRECTORY "/README.md").value()))
+    if (const auto cells = CellsOf(line);
+        cells.size() == 4 && !cells[0].empty() && isdigit(cells[0][0]) != 0)
+      rows[std::stoi(cells[0])] = cells;
+  for (const Case& row : CASES) {
+    ASSERT_TRUE(rows.contains(row.code)) << row.code;
+    EXPECT_EQ(std::to_string(row.code & 255), rows[row.code][1]);
+    for (const bool mask : {false, true}) {
+      const char* text = mask ? row.mask : row.program;
+      EXPECT_TRUE(row.code == 0 ||
+                  (text == nullptr) == rows[row.code][mask ? 3 : 2].empty())
+          << row.code << mask;
+      if (text == nullptr) continue;
+      EXPECT_EQ(row.code, CodeOf(text + std::string("\n"), mask)) << text;
+    }
   }
-
- private:
-  std::string text_;
-};
-
-bool Compiles(const std::string& text, bool mask) {
-  TextFile file(text);
-  Silence reports;
-  McRun run;
-  McFront front(&run, &file, &reports);
-  if (McSrcOpen(&front.scanner.source, "text") != RC_OK) return false;
-  McProgram program;
-  EditorList masks(&run.attribute_names);
-  return (mask ? MaskParseDefinition(&front, &masks)
-               : McParseProgram(&front, &program)) == RC_OK;
 }
 
 // A row of the table of nested constructs shows one level. The next one takes
@@ -174,10 +196,8 @@ TEST(Tables, Nesting) {
     for (const std::string& level : Quoted(cells[1])) {
       rows++;
       const bool mask = level.find('{') != std::string::npos;
-      EXPECT_TRUE(Compiles(Nested(level, levels), mask))
-          << Nested(level, levels);
-      EXPECT_FALSE(Compiles(Nested(level, levels + 1), mask))
-          << Nested(level, 2) << levels;
+      EXPECT_EQ(RC_OK, CodeOf(Nested(level, levels), mask)) << level;
+      EXPECT_NE(RC_OK, CodeOf(Nested(level, levels + 1), mask)) << level;
     }
   }
   EXPECT_EQ(27, rows);
