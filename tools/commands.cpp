@@ -7,6 +7,8 @@ void AddValidate(CLI::App* app, int* status);
 void AddDump(CLI::App* app, int* status);
 void AddCompile(CLI::App* app, int* status);
 void AddDeps(CLI::App* app, int* status);
+void AddDisassemble(CLI::App* app, int* status);
+void AddAssemble(CLI::App* app, int* status);
 
 namespace {
 
@@ -16,6 +18,7 @@ constexpr ToolCommand COMMANDS[] = {
     AddCompile,
     AddDeps,
     nullptr,
+    AddValidate, AddDump, AddDisassemble, AddAssemble, nullptr,
 };
 
 }  // namespace
