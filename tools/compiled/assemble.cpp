@@ -228,8 +228,13 @@ class Assembler {
   bool take_name(const char* const (&names)[COUNT], uint32_t* number);
   bool take_open();
   void next_line();
-  void begin_block();  // the rest of the line is "{"
-  bool in_block();     // false, and behind it, when it ends
+  void begin_block();                 // the rest of the line is "{"
+  bool in_block();                    // false, and behind it, when it ends
+  void end_block(const char* what) {  // what it could have been otherwise
+    if (!in_block()) return;
+    at_ = 0;
+    expect(what);
+  }
 
   // Counts: the first pass appends them in the order of the file, the second
   // one takes them in the same order.
@@ -529,7 +534,7 @@ void Assembler::pool() {
     uint32_t room = used;
     if (writing() && !XdBytes(xd_, &block, &used, &room)) put_failed();
   }
-  if (there && in_block()) expect("\"}\"");
+  if (there) end_block("\"}\"");
 }
 
 void Assembler::imports() {
@@ -809,7 +814,7 @@ void Assembler::body(size_t nodes) {
       u8(0);
     next_line();
   } while (depth > 0);
-  if (in_block()) expect("\"}\": a body is one node");
+  end_block("\"}\": a body is one node");
 }
 
 // Variables -------------------------------------------------------------------
@@ -923,7 +928,7 @@ void Assembler::subs() {
     commons();
     // The count of a SUB's nodes is not in the file.
     body(open_count());
-    if (in_block()) expect("locals, parameters, common, body or \"}\"");
+    end_block("locals, parameters, common, body or \"}\"");
   }
   routine_ = 0;
 }
@@ -1051,11 +1056,11 @@ void Assembler::handlers() {
     if (attribute_list) {
       begin_block();
       attributes();
-      if (in_block()) expect("an attribute or \"}\"");
+      end_block("an attribute or \"}\"");
     } else if (program_body && !take_word("none")) {
       begin_block();
       program();
-      if (in_block()) expect("a part of the program or \"}\"");
+      end_block("a part of the program or \"}\"");
     } else {
       if (program_body) u8(0);
       next_line();
@@ -1079,7 +1084,7 @@ void Assembler::object_fields() {
   if (!lines_->is("module")) return u8(0);
   begin_block();
   program();
-  if (in_block()) expect("a part of the program or \"}\"");
+  end_block("a part of the program or \"}\"");
 }
 
 void Assembler::editors() {
