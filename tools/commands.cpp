@@ -13,12 +13,13 @@ void AddAssemble(CLI::App* app, int* status);
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
-    AddValidate,
-    AddDump,
-    AddCompile,
-    AddDeps,
+    AddCompile,      //
+    AddDeps,         //
+    AddValidate,     //
+    AddDump,         //
+    AddDisassemble,  //
+    AddAssemble,     //
     nullptr,
-    AddValidate, AddDump, AddDisassemble, AddAssemble, nullptr,
 };
 
 }  // namespace
