@@ -9,6 +9,7 @@ void AddCompile(CLI::App* app, int* status);
 void AddDeps(CLI::App* app, int* status);
 void AddDisassemble(CLI::App* app, int* status);
 void AddAssemble(CLI::App* app, int* status);
+void AddDecompile(CLI::App* app, int* status);
 
 namespace {
 
@@ -19,6 +20,9 @@ constexpr ToolCommand COMMANDS[] = {
     AddDump,         //
     AddDisassemble,  //
     AddAssemble,     //
+    AddValidate,
+    AddDump,
+    AddDecompile,
     nullptr,
 };
 

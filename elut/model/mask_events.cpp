@@ -86,6 +86,13 @@ uint32_t McKeyLookup(const char* text) {
   return static_cast<unsigned char>(*text);
 }
 
+const char* McKeyName(uint32_t code) {
+  for (const KeyName& row : KEY_NAMES)
+    if (row.code == code && row.name.find('-') == std::string_view::npos)
+      return row.name.data();
+  return nullptr;
+}
+
 AttributeList* MaskAddAttributeHandler(MaskObject* object, EventSpec event) {
   EventHandler* handler = Append(object, event, HandlerKind::ATTRIBUTES);
   if (handler == nullptr) return nullptr;

@@ -65,6 +65,10 @@ EventSpec MaskJoinEvents(EventSpec left, EventSpec right);
 // The code of a key name such as PF1; of any other text its first character.
 uint32_t McKeyLookup(const char* text);
 
+// A name that McKeyLookup knows for the code and that is one word of the
+// language, or nullptr.
+const char* McKeyName(uint32_t code);
+
 // The RETURN key, whose name is a keyword of the language too.
 inline constexpr uint32_t KEY_RETURN = 266;
 
