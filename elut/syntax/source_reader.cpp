@@ -112,17 +112,9 @@ UtString LineIndex::text(McSrcBytes* bytes, uint32_t number) const {
   return line;
 }
 
-// The complete lines at the start of a text.
-struct Lines {
-  char* end;      // after the last one
-  char* raw_end;  // the same in the text as it was read
-  bool stopped;   // a line follows that ends the input of the level
-};
-
-// Takes lines one by one, and carriage returns in front of line feeds out, so
-// that what follows `end` may have moved.
-Lines TakeEachLine(char* text, char* end) {
-  Lines lines = {text, text, false};
+// Takes lines one by one, and carriage returns in front of line feeds out.
+McSrcLines TakeEachLine(char* text, char* end) {
+  McSrcLines lines = {text, text, false};
   const auto has_zero = [](const char* line, size_t length) {
     return memchr(line, '\0', length) != nullptr;
   };
@@ -154,16 +146,6 @@ bool LinesFit(const char* text, const char* end) {
     text = static_cast<const char*>(feed) + 1;
   }
   return true;
-}
-
-Lines TakeLines(char* text, char* end) {
-  const auto bytes = static_cast<size_t>(end - text);
-  if (memchr(text, '\0', bytes) != nullptr ||
-      memchr(text, '\r', bytes) != nullptr || !LinesFit(text, end))
-    return TakeEachLine(text, end);
-  char* feed = static_cast<char*>(memrchr(text, '\n', bytes));
-  char* after = feed == nullptr ? text : feed + 1;
-  return {after, after, false};
 }
 
 uint32_t FeedsIn(const char* text, const char* end) {
@@ -221,6 +203,16 @@ void PushLevel(McSource* source, UtPtr<McSrcBytes> bytes, const char* name) {
 }
 
 }  // namespace
+
+McSrcLines McSrcTakeLines(char* text, char* end) {
+  const auto bytes = static_cast<size_t>(end - text);
+  if (memchr(text, '\0', bytes) != nullptr ||
+      memchr(text, '\r', bytes) != nullptr || !LinesFit(text, end))
+    return TakeEachLine(text, end);
+  char* feed = static_cast<char*>(memrchr(text, '\n', bytes));
+  char* after = feed == nullptr ? text : feed + 1;
+  return {after, after, false};
+}
 
 UtPtr<McSrcBytes> McSrcFiles::open(const char* name) {
   UtDescriptor file(::open(name, O_RDONLY | O_CLOEXEC));
@@ -313,13 +305,13 @@ bool McSrcMore(McSource* source, const char** keep) {
   if (level->rest_bytes > 0) memmove(start, level->rest, level->rest_bytes);
   char* filled = start + level->rest_bytes;
 
-  Lines lines = {start, start, false};
+  McSrcLines lines = {start, start, false};
   while (lines.end == start && !lines.stopped) {
     const ptrdiff_t got = level->bytes->read(filled, READ_BYTES);
     level->failed = got < 0;
     if (got <= 0) break;
     filled += got;
-    lines = TakeLines(start, filled);
+    lines = McSrcTakeLines(start, filled);
   }
   memset(filled, 0, MC_SRC_PADDING);
   const bool any = lines.end != start;

@@ -89,6 +89,18 @@ class McSrcMemory : public McSrcBytes {
   size_t at_ = 0;
 };
 
+// The complete lines at the start of a text.
+struct McSrcLines {
+  char* end;      // after the last one
+  char* raw_end;  // the same in the text as it was read
+  bool stopped;   // a line follows that ends the input of the level
+};
+
+// The lines from `text` on that the scanner may see. Carriage returns in front
+// of line feeds are taken out, so that what follows `end` may have moved. What
+// is behind the last line feed counts as stopped when no line can begin so.
+[[nodiscard]] McSrcLines McSrcTakeLines(char* text, char* end);
+
 struct McSrcCursor {
   const char* next;   // next character
   const char* limit;  // end of the complete lines at hand; holds a zero byte
