@@ -119,22 +119,18 @@ SyntaxParser::SyntaxParser(SyntaxTree* tree, const SyntaxOptions& options)
 }
 
 // The kind of the token at hand.
-inline int SyntaxParser::token() {
+int SyntaxParser::token() {
   if (at_ == tree_->tokens.size()) scanner_.next();
   return tree_->tokens[at_].kind;
 }
 
 void SyntaxParser::report(SyntaxFault fault, uint32_t token, int missing) {
-  tree_->errors.push_back({fault,
-                           static_cast<uint8_t>(missing),
-                           token,
-                           SYNTAX_NONE,
-                           SYNTAX_NONE,
-                           {}});
+  tree_->errors.push_back(
+      {fault, static_cast<uint8_t>(missing), token, token, SYNTAX_NONE, {}});
 }
 
-inline void SyntaxParser::push(int state, unsigned children,
-                               uint32_t first_token, uint32_t first_node) {
+void SyntaxParser::push(int state, unsigned children, uint32_t first_token,
+                        uint32_t first_node) {
   stack_.push_back({static_cast<uint16_t>(state),
                     static_cast<uint16_t>(children), first_token, first_node});
   if (stack_.size() > COMPILER_STACK && !too_deep_) [[unlikely]] {
@@ -145,29 +141,34 @@ inline void SyntaxParser::push(int state, unsigned children,
   }
 }
 
-inline void SyntaxParser::shift(int state) {
+void SyntaxParser::shift(int state) {
+  periods_[0].counts.push_back(0);
   push(state, 1, at_, static_cast<uint32_t>(tree_->nodes.size()));
   at_++;
 }
 
 // Until finish() the field `end` is the number of nodes of the subtree.
-inline void SyntaxParser::add_node(int symbol, int rule, uint32_t first_token,
-                                   uint32_t first_node) {
+void SyntaxParser::add_node(int symbol, int rule, uint32_t first_token,
+                            uint32_t first_node) {
   const auto number = static_cast<uint32_t>(tree_->nodes.size());
   tree_->nodes.push_back({static_cast<uint16_t>(symbol),
                           static_cast<uint16_t>(rule), first_token, at_,
                           number - first_node + 1, SYNTAX_NONE});
 }
 
-inline void SyntaxParser::reduce(int rule) {
+void SyntaxParser::reduce(int rule) {
   const int length = G.length[rule];
   const int symbol = G.lhs[rule];
   const Leaves leaves = RULES.leaves[rule];
+  Period& period = periods_[0];
+  period.counts.push_back(static_cast<uint8_t>(length));
   if (length == 1) {
     // Its child takes its place.
     SyntaxEntry& top = stack_.back();
+    period.saved.push_back(top);
     if (leaves == Leaves::ALWAYS &&
-        tree_->tokens[at_ - 1].kind != TOKEN_SEMICOLON) {
+        !(symbol == SYMBOL_statement &&
+          tree_->tokens[at_ - 1].kind == TOKEN_SEMICOLON)) {
       add_node(symbol, rule, top.first_token, top.first_node);
       top.children = 1;
     }
@@ -183,7 +184,10 @@ inline void SyntaxParser::reduce(int rule) {
   }
   const size_t first = stack_.size() - static_cast<size_t>(length);
   unsigned children = 0;
-  for (size_t i = first; i < stack_.size(); i++) children += stack_[i].children;
+  for (size_t i = first; i < stack_.size(); i++) {
+    children += stack_[i].children;
+    period.saved.push_back(stack_[i]);
+  }
   children = std::min(children, 2U);
   SyntaxEntry& entry = stack_[first];
   if (leaves != Leaves::NOTHING && (children > 1 || leaves == Leaves::ALWAYS)) {
@@ -199,9 +203,9 @@ inline void SyntaxParser::reduce(int rule) {
 // Rules with a consequence. The symbol is on top of the stack.
 void SyntaxParser::reduce_special(int rule) {
   const auto check = [&](SyntaxForm form) {
-    if (tree_->form != form)
-      report(SyntaxFault::FORM,
-             static_cast<uint32_t>(tree_->tokens.size()) - 1);
+    if (tree_->form == form || wrong_form_) return;
+    wrong_form_ = true;
+    report(SyntaxFault::FORM, static_cast<uint32_t>(tree_->tokens.size()) - 1);
   };
   switch (G.lhs[rule]) {
     case SYMBOL_include:
@@ -246,6 +250,15 @@ bool SyntaxParser::is_whole_fragment() const {
          G.symbol[state()] == SYMBOL_sub_section;
 }
 
+void SyntaxParser::begin_period() {
+  std::swap(periods_[0], periods_[1]);
+  Period& period = periods_[0];
+  period.token = at_;
+  period.nodes = static_cast<uint32_t>(tree_->nodes.size());
+  period.saved.clear();
+  period.counts.clear();
+}
+
 void SyntaxParser::run() {
   if (tree_->form == SyntaxForm::AUTO) tree_->form = FormOf(token(), true);
   if (tree_->form == SyntaxForm::AUTO) tree_->form = FindForm(tree_->files[0]);
@@ -257,6 +270,7 @@ void SyntaxParser::run() {
       continue;
     }
     const int next = token();
+    if (periods_[0].token != at_) begin_period();
     if (next == TOKEN_END_OF_INPUT && fragment_depth_ > 0 &&
         is_whole_fragment())
       break;
@@ -264,8 +278,7 @@ void SyntaxParser::run() {
     if (step.kind == McGrammarTables::Step::REDUCE) {
       reduce(step.number);
     } else if (step.kind == McGrammarTables::Step::ERROR) {
-      recover();
-      if (tree_->tokens.back().kind == TOKEN_END_OF_INPUT) break;
+      if (!recover()) break;
     } else if (next == TOKEN_END_OF_INPUT) {
       break;
     } else {

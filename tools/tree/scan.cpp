@@ -119,7 +119,7 @@ void SyntaxScanner::include(uint32_t token) {
   }
   tree_->includes.push_back({token, file, literal_});
   if (file == SYNTAX_NONE || failed)
-    tree_->errors.push_back({fault, 0, token, SYNTAX_NONE, SYNTAX_NONE, {}});
+    tree_->errors.push_back({fault, 0, token, token, SYNTAX_NONE, {}});
   if (file == SYNTAX_NONE) return;
   included_++;
   open(file);
@@ -127,13 +127,11 @@ void SyntaxScanner::include(uint32_t token) {
 
 void SyntaxScanner::report(const McReport& report) {
   if (report.kind == McReportKind::STRAY) stray_ = report.text.data();
-  if (report.kind == McReportKind::ERROR)
-    tree_->errors.push_back({SyntaxFault::NUMBER,
-                             0,
-                             static_cast<uint32_t>(tree_->tokens.size()),
-                             SYNTAX_NONE,
-                             SYNTAX_NONE,
-                             {}});
+  if (report.kind == McReportKind::ERROR) {
+    const auto token = static_cast<uint32_t>(tree_->tokens.size());
+    tree_->errors.push_back(
+        {SyntaxFault::NUMBER, 0, token, token, SYNTAX_NONE, {}});
+  }
 }
 
 // The offset of a character of the current file.

@@ -5,6 +5,12 @@
 
 #include "elut/syntax/scan_bytes.h"
 
+std::string_view SyntaxTokenText(int kind) {
+  std::string_view name = MC_GRAMMAR.names[kind];
+  if (name[0] == '"') name = name.substr(1, name.size() - 2);
+  return name;
+}
+
 uint32_t SyntaxTree::file_of(uint32_t token) const {
   const auto above = std::upper_bound(
       runs.begin(), runs.end(), token,

@@ -80,11 +80,14 @@ enum class SyntaxFault : uint8_t {
 struct SyntaxError {
   SyntaxFault fault;
   uint8_t missing;  // TOKEN_..., of MISSING and REPLACED; 0: none
-  uint32_t token;   // that the parser stumbled on
+  uint32_t token;   // that the parser stumbled on, as the compiler does
+  // The token that is at fault: `token`, or the one before, as in WHLE a DO,
+  // where only the next name cannot follow. What is missing is missing in front
+  // of it.
+  uint32_t place;
   // The token that opened what is closed wrongly or not at all, "IF" or "(";
   // SYNTAX_NONE otherwise.
   uint32_t opener;
-  uint32_t node;  // the error node; SYNTAX_NONE: none
   // Tokens that could have stood there.
   std::bitset<128> expected;
 };
@@ -158,6 +161,10 @@ struct SyntaxOptions {
 // `name` is the name of the text in reports.
 [[nodiscard]] SyntaxTree SyntaxParse(std::string name, std::string text,
                                      const SyntaxOptions& options = {});
+
+// A token as users write it: IF, ; and, for those that have many texts, what
+// the grammar calls them: IDENT, SCONST.
+[[nodiscard]] std::string_view SyntaxTokenText(int kind);
 
 // The children of a node from left to right: token(number) for a token,
 // node(number) for a node.
