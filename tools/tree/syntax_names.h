@@ -26,11 +26,11 @@ enum class SyntaxMeaning : uint8_t {
 
 // A routine: the main program, a SUB, or the variables of a MODULE block.
 struct SyntaxScope {
-  uint32_t node;     // sub_definition, body, program or module_block
-  uint32_t program;  // number of the program that it belongs to: a mask has
-                     // many, each EXECUTE handler and MODULE block
+  // The SUB, the program or module, or, in a mask, the handler or MODULE block.
+  uint32_t node;
+  uint32_t program;  // number of the program that it belongs to, from 0: each
+                     // EXECUTE handler and MODULE block of a mask is one
   uint32_t name;     // symbol of the SUB; SYNTAX_NONE: no SUB
-  uint32_t first_token, token_end;
 };
 
 struct SyntaxSymbol {
