@@ -18,7 +18,7 @@ class UndefinedNames : public McReportSink {
     if (report.text.starts_with(BEGIN))
       names.emplace(report.text.substr(BEGIN.size(),
                                        report.text.size() - BEGIN.size() - 2));
-    else
+    else if (!report.text.starts_with("message reference too long"))
       others++;
   }
   std::set<std::string> names;
@@ -68,7 +68,13 @@ void ExpectSame(const SyntaxTree& tree, const SyntaxNames& names,
                 uint32_t scope, const McProgram& program, McTree body) {
   const Variables compiled = InTree(program, body);
   const Variables most = InNames(tree, names, scope, true);
-  const Variables least = InNames(tree, names, scope, false);
+  // An operand that is not declared takes others with it.
+  const bool complete = std::none_of(
+      names.symbols.begin(), names.symbols.end(), [](const SyntaxSymbol& s) {
+        return s.meaning == SyntaxMeaning::UNDECLARED;
+      });
+  const Variables least =
+      complete ? InNames(tree, names, scope, false) : Variables();
   ASSERT_TRUE(std::includes(most.begin(), most.end(), compiled.begin(),
                             compiled.end()));
   ASSERT_TRUE(std::includes(compiled.begin(), compiled.end(), least.begin(),

@@ -196,6 +196,7 @@ class Resolver {
     int depth = 0;
     bool plain = true;  // nothing that has to be evaluated
     bool range = false;
+    bool in_range = false;
     bool list = false;
     for (uint32_t token = node.first_token + 1; token < node.token_end;
          token++) {
@@ -207,13 +208,15 @@ class Resolver {
             plain = false;
           break;
         case TOKEN_LEFT_PAREN:
-          if (depth++ > 0) plain = false;
-          list = true;
+          if (depth++ > 0 || in_range)
+            plain = false;
+          else
+            list = true;
           break;
         case TOKEN_RIGHT_PAREN: depth--; break;
-        case TOKEN_COMMA: commas += depth == 1; break;
-        case TOKEN_LEFT_BRACKET: range = true; break;
-        case TOKEN_RIGHT_BRACKET:
+        case TOKEN_COMMA: commas += depth == 1 && !in_range; break;
+        case TOKEN_LEFT_BRACKET: range = in_range = true; break;
+        case TOKEN_RIGHT_BRACKET: in_range = false; break;
         case TOKEN_COLON:
         case TOKEN_ICONST: break;
         case TOKEN_MINUS:
@@ -247,6 +250,20 @@ class Resolver {
     static constexpr const char* TYPES[] = {"INTEGER", "REAL", "STRING",
                                             "POINT"};
     std::string text = "PROGRAM x;\n";
+    // What a bound names makes a difference when it is declared only.
+    size_t others = 0;
+    for (uint32_t token = node.first_token + 1; token < node.token_end;
+         token++) {
+      const SyntaxUse* use =
+          kind(token) == TOKEN_IDENT ? names_.at(token) : nullptr;
+      if (use == nullptr ||
+          names_.symbols[use->symbol].meaning == SyntaxMeaning::UNDECLARED)
+        continue;
+      text += "INTEGER ";
+      text += tree_.text_of(token);
+      text += ";\n";
+      others++;
+    }
     text += TYPES[type_index_];
     for (uint32_t token = node.first_token; token < node.token_end; token++)
       (text += '\n') += tree_.text_of(token);
@@ -257,10 +274,11 @@ class Resolver {
     McProgram program;
     if (McSrcOpen(&front.scanner.source, "x") != RC_OK) return;
     (void)McParseProgram(&front, &program);
-    symbol->refused = program.variables.entries.empty();
+    symbol->refused = program.variables.entries.size() == others;
     if (symbol->refused) return;
-    symbol->storage = program.variables.entries[0].storage;
-    symbol->dimensions = program.variables.entries[0].dim_count;
+    const McVar& variable = program.variables.entries.back();
+    symbol->storage = variable.storage;
+    symbol->dimensions = variable.dim_count;
   }
 
   // Tokens --------------------------------------------------------------------
