@@ -18,11 +18,9 @@ constexpr ToolCommand COMMANDS[] = {
     AddDeps,         //
     AddValidate,     //
     AddDump,         //
+    AddDecompile,    //
     AddDisassemble,  //
     AddAssemble,     //
-    AddValidate,
-    AddDump,
-    AddDecompile,
     nullptr,
 };
 
