@@ -127,6 +127,58 @@ TEST(XdMain, TextsInBuffers) {
   }
 }
 
+// A block is made when there is none, and must be large enough when there is.
+TEST(XdMain, Blocks) {
+  for (const XdTransport transport : BOTH)
+    for (const uint32_t length : {0u, 1u, 7u, 8u}) {
+      char written[] = "abcdefgh";
+      char* block = written;
+      uint32_t left = length, capacity = 0;
+      const std::string bytes = XdWritten(transport, [&](XdStream* xd) {
+        return XdBytes(xd, &block, &left, &capacity);
+      });
+      for (const bool own : {false, true}) {
+        char room[7] = {};
+        block = own ? nullptr : room;
+        capacity = own ? 0 : sizeof room;
+        const int64_t rest = XdReadFrom(transport, bytes, [&](XdStream* xd) {
+          return XdBytes(xd, &block, &left, &capacity);
+        });
+        EXPECT_EQ(own || length < 8 ? 0 : XD_FAILED, rest);
+        EXPECT_EQ(length, left);
+        EXPECT_EQ(own ? length : sizeof room, capacity);
+        if (rest == 0 && length > 0) {
+          EXPECT_EQ(std::string(written, length), std::string(block, length));
+        }
+        if (own) UtFree(&block);
+      }
+    }
+}
+
+// Releasing frees what a text owns and touches nothing else.
+TEST(XdMain, Releases) {
+  XdStream xd;
+  XdCreateRelease(&xd);
+  char* text = static_cast<char*>(UtAllocBytes(2));
+  const char* hanging = "a";
+  char buffer[] = "b";
+  char* block = buffer;
+  uint32_t word = 7, capacity = 8;
+  uint16_t half = 9;
+  uint8_t byte = 10;
+  double real = 1.5;
+  EXPECT_TRUE(XdString(&xd, &text) && XdText(&xd, nullptr, &hanging) &&
+              XdStringBuf(&xd, buffer, 2) &&
+              XdBytes(&xd, &block, &word, &capacity) && XdULong(&xd, &word) &&
+              XdUShort(&xd, &half) && XdUChar(&xd, &byte) &&
+              XdDouble(&xd, &real) && XdDestroy(&xd));
+  EXPECT_EQ(nullptr, text);
+  EXPECT_EQ(nullptr, hanging);
+  EXPECT_EQ(buffer, block);
+  EXPECT_STREQ("b", buffer);
+  EXPECT_EQ(7 + 8 + 9 + 10 + 1.5, word + capacity + half + byte + real);
+}
+
 // A narrow item of XDR that is too wide would be another when written again.
 TEST(XdMain, RefusedNumbers) {
   // What takes a word: u8, i8, u16 and i16.

@@ -69,6 +69,7 @@ TEST_F(Environment, Values) {
   EXPECT_STREQ("", EnvValue("HD_U", "x"));
   set_environment("HD_U", nullptr);
   EXPECT_STREQ("x", EnvValue("HD_U", "x"));
+  EXPECT_EQ(nullptr, EnvValue("HD_U"));
   for (const size_t length : {1u, 31u, 32u, 64u}) {
     host_name.assign(length, 'h');
     char name[HOST_NAME_BYTES] = "?";

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "compile.h"
+#include "elut/files/listing.h"
 #include "rows.h"
 #include "tree_text.h"
 
@@ -60,8 +61,28 @@ TEST(Eval, LongestMessageReference) {
   EXPECT_EQ("1024", Outcome(&run, "LEN(\"" + longest + "n" + tail + "\")"));
 }
 
-// Depth costs no native stack.
+// Depth costs no native stack: a million operators are evaluated, printed as
+// text, written and read.
 TEST(Eval, DeepExpressions) {
+  Compile deep;
+  ASSERT_EQ(0, deep.program_of("PROGRAM p;\nPRINT 1" +
+                               Expanded("{{1000000*+1\n}};\n")));
+  UtPtr<McProgram> again;
+  const std::string bytes = Written(&deep.program, XD_TRANSPORT_PLAIN);
+  ASSERT_EQ(0, McXdrReadFromBytes(bytes, &again));
+  EXPECT_TRUE(bytes == Written(again.get(), XD_TRANSPORT_PLAIN));
+  std::string printed;
+  Channels channels;
+  ASSERT_EQ(0, channels.bind_callback(
+                   CHANNEL_MASKS, 0,
+                   [](const char* text, void* to) {
+                     *static_cast<std::string*>(to) += text;
+                     return 0;
+                   },
+                   &printed));
+  EXPECT_EQ(0, McPrintExpr(&channels, CHANNEL_MASKS, "", again.get()));
+  EXPECT_TRUE(printed == "PRINT " + std::string(1000000, '(') + "1" +
+                             Expanded("{{1000000* + 1)}};\n"));
   McRun run;
   EXPECT_EQ("1000001",
             Outcome(&run, Expanded("1{{100000*+1+1+1+1+1+1+1+1+1+1\n}}")));

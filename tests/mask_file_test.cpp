@@ -3,6 +3,7 @@
 #include "elut/files/mask_file.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "compile.h"
 #include "elut/files/mask_print.h"
@@ -106,7 +107,15 @@ TEST(MaskFile, HeadersAndTransports) {
     EXPECT_EQ(stoi(code),
               MaskListReadFromBytes(FromHex(header + "00000000"), &masks.masks))
         << header;
+  Compile window;
+  ASSERT_EQ(0, window.masks_of("WINDOW w { n = 1; }\n"));
+  const std::string path = testing::TempDir() + "quillo-masks.cg";
+  EXPECT_EQ(0, MaskListWrite(&window.masks, 4, path.c_str()));
+  EXPECT_EQ(0, MaskListRead(path.c_str(), &masks.masks));
+  EXPECT_EQ(Written(&window.masks, 4), Written(&masks.masks, 4));
+  EXPECT_EQ(0, unlink(path.c_str()));
   EXPECT_EQ(1008, MaskListRead("/none", &masks.masks));
+  EXPECT_TRUE(masks.masks.editors.empty());
   EXPECT_EQ(1008, MaskListRead("/dev/null", &masks.masks));
   EXPECT_EQ("code 3011", Written(&masks.masks, 2));
 }

@@ -109,6 +109,9 @@ TEST(ProgramFile, Kinds) {
                   &program))
         << kind << present << body;
   }
+  UtPtr<McProgram> program;
+  for (const char* path : {"/none", "/dev/null", "."})
+    EXPECT_EQ(1008, McXdrReadFromFile(path, &program)) << path;
   for (const int transport : {0, 2, 3, 5, 257}) {
     McProgram empty;
     EXPECT_EQ("code 3011", Written(&empty, transport)) << transport;

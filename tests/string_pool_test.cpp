@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "stream_catch.h"
 #include "xd_support.h"
 
 namespace {
@@ -154,6 +155,33 @@ TEST(StringPool, Truncates) {
     EXPECT_EQ(2u, id);
     EXPECT_EQ(nullptr, StringPoolText(&pool, 3));
   }
+}
+
+TEST(StringPool, Dump) {
+  const std::string rule = "\n" + std::string(71, '*') + "\n";
+  StringPool pool;
+  StringPoolInit(&pool, 0);
+  Follow(&pool, "+ab +c +d");
+  pool.slots[0].reserved = 2;
+  pool.slots[2].reserved = 0;
+  const auto dumped = [&] {
+    const StreamCatch out(stdout);
+    EXPECT_EQ(RC_OK, StringPoolDump(stdout, &pool));
+    return out.text();
+  };
+  EXPECT_EQ(rule +
+                "Items_used=3\n"
+                "I= 0, Cnt= 1, Off= 0 Len= 2, strlen+1= 3, Str= \"ab\"\n"
+                "\n<-ERROR: itemLen != calcLen\n\n"
+                "I= 1, Cnt= 1, Off= 3 Len= 2, strlen+1= 2, Str= \"c\"\n"
+                "\n<-ERROR: itemOffset:3 != calcOffset:2\n\n"
+                "I= 2, Cnt= 1, Off= 5 Len= 0, strlen+1= 2, Str= \"d\"\n"
+                "\n<-ERROR: itemLen == 0\n\n"
+                "\n<-ERROR: itemLen != calcLen\n\n" +
+                rule + "\n",
+            dumped());
+  StringPoolInit(&pool, POOL_OWN_TEXTS);
+  EXPECT_EQ("", dumped());
 }
 
 }  // namespace

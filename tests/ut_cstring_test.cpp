@@ -119,11 +119,11 @@ TEST(UtCString, Substrings) {
 
 TEST(UtCString, Replaces) {
   // The text, what is replaced in it and by what, and what comes out. As UTF-16
-  // the bytes of U+6100 U+0061 hold those of "a" at odd places.
+  // the bytes of "aba" hold those of U+6100 at odd places.
   constexpr char ROWS[] = R"(
     aaaaa | aa | b | bba ;; a | a | aa | aa ;; abc | | x | abc
     abcabc | b | | acac ;; {{E6 84 80}}a | {{E6 84 80}} | - | -a
-    {{E6 85 A1}} | {{E6 84 80}} | - | {{E6 85 A1}})";
+    aba | {{E6 84 80}} | - | aba ;; aba{{E6 84 80}} | {{E6 84 80}} | - | aba-)";
   for (const uint16_t page : {UTF8, LE, BE}) {
     for (const auto& [source, old_text, new_text, replaced] : Rows<4>(ROWS)) {
       UtCString text = Text(source, page);
