@@ -133,7 +133,7 @@ TEST(XdMain, Blocks) {
     for (const uint32_t length : {0u, 1u, 7u, 8u}) {
       char written[] = "abcdefgh";
       char* block = written;
-      uint32_t left = length, capacity = 0;
+      uint32_t left = length, capacity = 8;
       const std::string bytes = XdWritten(transport, [&](XdStream* xd) {
         return XdBytes(xd, &block, &left, &capacity);
       });
