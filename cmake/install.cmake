@@ -53,11 +53,15 @@ install(FILES share/quillo.xml
 
 # Editor files: where each editor looks by itself, and the rest for those who
 # put them there.
+set(QUILLO_VIM_DIR ${CMAKE_INSTALL_DATADIR}/vim/vimfiles CACHE STRING
+  "Where files for Vim are installed")
+set(QUILLO_EMACS_DIR ${CMAKE_INSTALL_DATADIR}/emacs/site-lisp CACHE STRING
+  "Where files for Emacs are installed")
 if(EXISTS ${CMAKE_SOURCE_DIR}/editors)
   install(DIRECTORY editors/vim/ COMPONENT quillo
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/vim/vimfiles)
+    DESTINATION ${QUILLO_VIM_DIR})
   install(DIRECTORY editors/emacs/ COMPONENT quillo
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/emacs/site-lisp)
+    DESTINATION ${QUILLO_EMACS_DIR})
   install(DIRECTORY editors/vscode editors/pygments COMPONENT quillo
     DESTINATION ${CMAKE_INSTALL_DATADIR}/quillo/editors
     PATTERN __pycache__ EXCLUDE)
