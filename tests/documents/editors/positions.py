@@ -43,7 +43,11 @@ def vim(text):
     with open("places.vim", "w") as file:
         file.write('''set nocompatible
 set runtimepath^=%s/vim
-compiler quillo
+filetype plugin on
+edit c.msk
+if &makeprg !=# "quillo -w %%:S" | cquit | endif
+edit a.mac
+if &makeprg !=# "quillo %%:S" | cquit | endif
 cgetfile reports
 let lines = []
 for item in getqflist()

@@ -2,11 +2,12 @@
 " quillo_tokens in $QUILLO_PIECES, with the names of the syntax groups.
 set nocompatible encoding=latin1 fileencodings=latin1 fileformats=unix
 set nofixendofline synmaxcol=0 redrawtime=60000
+execute "set runtimepath^=" . fnameescape($QUILLO_EDITORS . "/vim")
+filetype plugin on
+syntax on
 let s:lines = []
 for s:file in readfile($QUILLO_LIST)
   execute "edit!" fnameescape(s:file)
-  unlet! b:current_syntax
-  execute "source" fnameescape($QUILLO_EDITORS . "/vim/syntax/quillo.vim")
   syntax sync fromstart
   call add(s:lines, "= " . s:file)
   let s:at = 0
