@@ -196,6 +196,21 @@ TEST_F(Examples_, Compile) {
     for (const std::string& source : Examples(extension)) compile(source);
 }
 
+TEST(QuilloTools, CommandsStandInTheReadme) {
+  std::set<std::string> commands, known;
+  const std::string help = RunShell("quillo-tools --help").out;
+  for (const std::string& line :
+       Lines(help.substr(std::min(help.find("Subcommands:"), help.size()))))
+    if (line.starts_with("  ") && line[2] != ' ')
+      commands.insert(line.substr(2, line.find(' ', 2) - 2));
+  for (const std::string& line :
+       Lines(Page("README.md").section("quillo-tools")))
+    if (const auto cells = CellsOf(line); !cells.empty())
+      for (const std::string& name : Quoted(cells[0])) known.insert(name);
+  EXPECT_FALSE(commands.empty());
+  EXPECT_EQ(commands, known);
+}
+
 // The folder at the start of a heading is what the rows below it are about;
 // their first cells name files in it, with or without the extension, or folders
 // that are known as a whole. A command of quillo-tools has a file of its name.
