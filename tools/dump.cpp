@@ -6,13 +6,14 @@
 //
 // A node is one line, with the end of its children when it has none. In JSON
 // every field is an element of its own.
+#include "tools/dump.h"
+
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "tools/command.h"
 #include "tools/compiled/meaning.h"
-#include "tools/output.h"
 
 namespace {
 
@@ -187,7 +188,9 @@ class JsonDump : public CompiledSink {
   std::string path_;
 };
 
-bool DumpText(std::string_view bytes, ToolOutput* out) {
+}  // namespace
+
+bool ToolDumpText(std::string_view bytes, ToolOutput* out) {
   TextDump sink(bytes, out);
   CompiledWalk walk(bytes, &sink);
   const bool complete = walk.run();
@@ -195,8 +198,8 @@ bool DumpText(std::string_view bytes, ToolOutput* out) {
   return complete;
 }
 
-bool DumpJson(const std::string& file, std::string_view bytes,
-              ToolOutput* out) {
+bool ToolDumpJson(const std::string& file, std::string_view bytes,
+                  ToolOutput* out) {
   ToolJson json(out);
   std::string findings;
   json.begin_object();
@@ -217,12 +220,14 @@ bool DumpJson(const std::string& file, std::string_view bytes,
   return complete;
 }
 
+namespace {
+
 int Run(const Dump& options) {
   UtString bytes;
   if (!ToolRead(options.file, &bytes)) return TOOL_TROUBLE;
   ToolStdout out;
-  const bool complete = options.json ? DumpJson(options.file, bytes, &out)
-                                     : DumpText(bytes, &out);
+  const bool complete = options.json ? ToolDumpJson(options.file, bytes, &out)
+                                     : ToolDumpText(bytes, &out);
   if (!out.finish()) return TOOL_TROUBLE;
   return complete ? TOOL_FINE : TOOL_NO;
 }

@@ -22,7 +22,7 @@ class ToolOutput {
 
   void put(char c) {
     if (used_ == buffer_.size()) flush();
-    buffer_[used_++] = c;
+    buffer_.data()[used_++] = c;
   }
   void put(std::string_view text);
   void decimal(uint64_t number);
@@ -44,7 +44,7 @@ class ToolOutput {
   // Blanks; and takes back those that were put last.
   void indent(size_t columns);
   void drop_blanks() {
-    while (used_ > 0 && buffer_[used_ - 1] == ' ') used_--;
+    while (used_ > 0 && buffer_.data()[used_ - 1] == ' ') used_--;
   }
 
   // Hands on what is left. False when not all could be written.
@@ -61,7 +61,7 @@ class ToolOutput {
   void flush();
   char* room(size_t bytes);
 
-  std::vector<char> buffer_;
+  UtBlock buffer_;
   size_t used_ = 0;
   bool failed_ = false;
 };

@@ -38,6 +38,13 @@ void FuzzCatalog(const uint8_t* bytes, size_t size);
 // The tokens of a file. They do not depend on where in the file they stand.
 void FuzzLexer(const uint8_t* bytes, size_t size);
 
+// A file of either kind, in the tools for compiled files: validate agrees with
+// the readers, dump covers every byte, and the text form gives the same bytes.
+void FuzzCompiledFile(const uint8_t* bytes, size_t size);
+
+// The text form of a compiled file. What it gives can be read.
+void FuzzAssembly(const uint8_t* bytes, size_t size);
+
 struct FuzzTargetRow {
   const char* name;
   FuzzTarget run;
@@ -46,8 +53,15 @@ inline std::ostream& operator<<(std::ostream& out, const FuzzTargetRow& row) {
   return out << row.name;
 }
 inline constexpr FuzzTargetRow FUZZ_TARGETS[] = {
-    {"program", FuzzProgram},    {"mask", FuzzMask},
-    {"text", FuzzText},          {"program_file", FuzzProgramFile},
-    {"mask_file", FuzzMaskFile}, {"defaults", FuzzDefaults},
-    {"catalog", FuzzCatalog},    {"lexer", FuzzLexer},
+    {"program", FuzzProgram},
+    {"mask", FuzzMask},
+    {"text", FuzzText},
+    {"program_file", FuzzProgramFile},
+    {"mask_file", FuzzMaskFile},
+    {"defaults", FuzzDefaults},
+    {"catalog", FuzzCatalog},
+    {"lexer", FuzzLexer},
+    {"program_file_tools", FuzzCompiledFile},
+    {"mask_file_tools", FuzzCompiledFile},
+    {"assembly", FuzzAssembly},
 };

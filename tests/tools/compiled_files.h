@@ -43,7 +43,7 @@ FREE free;
     {"full.msk", R"(APPLICATION a {
   x = 10; t = "a"; e = "";
   ON KEY PF1 OR ENTER DO go WITH "b";
-  MODULE { INTEGER n; SUB s PRINT n; SUBEND }
+  MODULE { INTEGER n; SUB s PRINT 1; SUBEND }
   WINDOW w {
     ON BUTTON PRESS OR SHOW EXECUTE { STRING s; PRINT s, 1.5, %u; }
     TABLE { MENU "m" { ITEM i { z = 1; } } }
