@@ -45,15 +45,25 @@ class TextDump : public CompiledSink {
                        : walk->transport() == XD_TRANSPORT_XDR ? 4
                                                                : 1);
     const uint64_t end = begin_line(node.offset, length);
-    path_.clear();
-    walk->append_path(&path_);
-    out_->put(path_);
+    put_node_path();
     out_->put("  ");
     CompiledMeaning(*walk, node, out_);
     end_line(node.offset, length, end);
   }
 
-  void node_end(const CompiledValue& end) override { value(end); }
+  void node_end(const CompiledValue& end) override {
+    const uint64_t shown = begin_line(end.offset, end.length);
+    put_node_path();
+    out_->put(".end");
+    end_line(end.offset, end.length, shown);
+  }
+
+  void begin(CompiledRecord record) override {
+    if (record != CompiledRecord::TREE) return;
+    node_path_.clear();
+    walk->append_path(&node_path_);
+    path_ends_[0] = node_path_.size();
+  }
 
   void trouble(const CompiledTrouble& trouble) override {
     out_->put("! ");
@@ -79,9 +89,7 @@ class TextDump : public CompiledSink {
   // The first bytes of what is at an offset. Returns the offset behind them.
   uint64_t begin_line(uint64_t offset, uint64_t length) {
     const uint64_t shown = std::min<uint64_t>(length, LINE_BYTES);
-    out_->hex(offset, 8);
-    out_->put("  ");
-    out_->spaced_bytes(file_.substr(offset, shown), HEX_COLUMNS);
+    out_->place(offset, file_.substr(offset, shown), HEX_COLUMNS);
     return offset + shown;
   }
   // The end of the line, and the other bytes.
@@ -94,6 +102,23 @@ class TextDump : public CompiledSink {
       out_->drop_blanks();
       out_->put('\n');
     }
+  }
+
+  // The path of the node that the walk is at. That of its parent is there
+  // still, unless some of its parts are left out.
+  void put_node_path() {
+    const auto& kinds = walk->kinds();
+    const size_t depth = kinds.size();
+    if (depth > CompiledWalk::SHOWN_NODES) {
+      path_.clear();
+      walk->append_path(&path_);
+      return out_->put(path_);
+    }
+    node_path_.resize(path_ends_[depth - 1]);
+    node_path_ += '/';
+    node_path_ += MC_KIND_NAMES[kinds.back()];
+    path_ends_[depth] = node_path_.size();
+    out_->put(node_path_);
   }
 
   void put(const CompiledValue& value) {
@@ -121,6 +146,8 @@ class TextDump : public CompiledSink {
   std::string_view file_;
   ToolOutput* out_;
   std::string path_;
+  std::string node_path_;  // of the node that was printed last
+  size_t path_ends_[CompiledWalk::SHOWN_NODES + 1] = {};  // by depth
 };
 
 class JsonDump : public CompiledSink {

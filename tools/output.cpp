@@ -69,16 +69,22 @@ void ToolOutput::hex_bytes(std::string_view bytes) {
   }
 }
 
-void ToolOutput::spaced_bytes(std::string_view bytes, size_t columns) {
-  const size_t width = std::max(3 * bytes.size() - 1, columns) + 2;
-  char* place = room(width);
-  memset(place, ' ', width);
-  for (size_t i = 0; i < bytes.size(); i++) {
-    const auto byte = static_cast<uint8_t>(bytes[i]);
-    place[3 * i] = DIGITS[byte >> 4];
-    place[3 * i + 1] = DIGITS[byte & 15];
+void ToolOutput::place(uint64_t offset, std::string_view bytes,
+                       size_t columns) {
+  constexpr unsigned OFFSET_DIGITS = 8;  // files are smaller than 4 GiB
+  const size_t width = std::max(3 * bytes.size(), columns + 1) + 1;
+  char* next = room(OFFSET_DIGITS + 2 + width);
+  used_ += OFFSET_DIGITS + 2 + width;
+  memset(next, ' ', OFFSET_DIGITS + 2 + width);
+  for (unsigned i = OFFSET_DIGITS; i-- > 0; offset >>= 4)
+    next[i] = DIGITS[offset & 15];
+  next += OFFSET_DIGITS + 2;
+  for (const char c : bytes) {
+    const auto byte = static_cast<uint8_t>(c);
+    next[0] = DIGITS[byte >> 4];
+    next[1] = DIGITS[byte & 15];
+    next += 3;
   }
-  used_ += width;
 }
 
 void ToolOutput::real(double number) {

@@ -33,9 +33,9 @@ class ToolOutput {
   void hex(uint64_t number, unsigned digits);
   // Two digits per byte.
   void hex_bytes(std::string_view bytes);
-  // The same with blanks between them, filled up to a number of columns and two
-  // more.
-  void spaced_bytes(std::string_view bytes, size_t columns);
+  // An offset of 8 digits and the bytes that are there, with blanks between
+  // them, filled up to a number of columns and two more.
+  void place(uint64_t offset, std::string_view bytes, size_t columns);
   // The shortest text that is read as the same number; "nan", "inf", "-inf".
   void real(double number);
   // Between quotes; what is not printable ASCII, quotes and backslashes as

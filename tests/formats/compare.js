@@ -7,7 +7,8 @@ const {execFileSync} = require('child_process');
 const fs = require('fs');
 const Module = require('module');
 
-const SHOWN = 8;  // parts at each end of a path
+const LONGEST = 16;  // parts of a path that is shown with all of them
+const SHOWN = 4;     // parts at each end of others
 
 async function reader(path) {
   const compiler = require('kaitai-struct-compiler');
@@ -21,7 +22,7 @@ async function reader(path) {
 }
 
 function join(parts, separator) {
-  if (parts.length > 2 * SHOWN)
+  if (parts.length > LONGEST)
     parts = parts.slice(0, SHOWN)
                 .concat(`(${parts.length - 2 * SHOWN})`, parts.slice(-SHOWN));
   return parts.join(separator);

@@ -291,6 +291,8 @@ class Checker : public CompiledSink {
   void key(const CompiledValue& value);
   void no_body(const CompiledValue& value);
   void place(const CompiledNode& node, uint8_t* state);
+  [[gnu::cold]] CompiledValue field_of(const CompiledNode& node,
+                                       int number) const;
   void refer(const CompiledNode& node, Kinds context);
   void children_missing(McNodeKind kind, uint8_t state, uint64_t offset);
 
@@ -787,12 +789,19 @@ void Checker::no_body(const CompiledValue& value) {
     find(UNSOUND, value, "no body", "the body of the handler");
 }
 
+// One of the fields of a node, 0 for its kind.
+CompiledValue Checker::field_of(const CompiledNode& node, int number) const {
+  CompiledValue values[COMPILED_NODE_FIELDS];
+  (void)CompiledNodeValues(walk->transport(), node, values);
+  return values[number];
+}
+
 // What the payload of a node refers to.
 void Checker::refer(const CompiledNode& node, Kinds context) {
-  CompiledValue values[COMPILED_NODE_FIELDS];
-  CompiledNodeValues(walk->transport(), node, values);
-  const CompiledValue& first = values[1];
   const McNode bits = {0, node.payload};
+  // Asked for only when something is wrong: most nodes are as they should be.
+  const auto first = [&] { return field_of(node, 1); };
+  const auto second = [&] { return field_of(node, 2); };
   switch (node.kind) {
     case VAR:
     case REFVAR: {
@@ -807,9 +816,9 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
         if (commons > 0)
           expected +=
               ", 16 to " + std::to_string(15 + commons) + " COMMON blocks";
-        find(UNREADABLE, first, std::move(expected));
+        find(UNREADABLE, first(), std::move(expected));
       } else if (bits.index() >= table->count) {
-        find(UNREADABLE, values[2],
+        find(UNREADABLE, second(),
              table->count == 0 ? "no variable: the table has none"
                                : "0 to " + std::to_string(table->count - 1));
       }
@@ -823,22 +832,22 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
       if (bits.number() < constants.size() &&
           constants[bits.number()].type == type)
         break;
-      find(UNREADABLE, first,
+      find(UNREADABLE, first(),
            std::string("the number of a ") +
                MC_KIND_NAMES[static_cast<int>(node.kind)] + " constant, of " +
                std::to_string(constants.size()) + " constants");
       break;
     }
     case FUNC:
-      require(bits.scope() < MC_BUILTIN_COUNT, UNSOUND, first,
-              "0 to " + std::to_string(MC_BUILTIN_COUNT - 1));
-      require(bits.index() == bits.scope(), UNSOUND, values[2],
-              "the number of the function again");
+      if (bits.scope() >= MC_BUILTIN_COUNT)
+        find(UNSOUND, first(), "0 to " + std::to_string(MC_BUILTIN_COUNT - 1));
+      if (bits.index() != bits.scope())
+        find(UNSOUND, second(), "the number of the function again");
       break;
     case CALL: {
       if (!tables().complete) break;
       if (bits.scope() >= tables().calls.size()) {
-        find(UNREADABLE, first,
+        find(UNREADABLE, first(),
              "the number of a call, of " +
                  std::to_string(tables().calls.size()));
         break;
@@ -847,9 +856,9 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
                                              (EXTERNAL_CALL - 1));
       const bool statement = (context & EXPRESSION) != EXPRESSION;
       if (statement && kind == static_cast<uint8_t>(McCallKind::FN))
-        find(UNSOUND, first, "an FN routine", "a SUB or CFN in a statement");
+        find(UNSOUND, first(), "an FN routine", "a SUB or CFN in a statement");
       if (!statement && kind == static_cast<uint8_t>(McCallKind::SUB))
-        find(UNSOUND, first, "a SUB", "FN or CFN in an expression");
+        find(UNSOUND, first(), "a SUB", "FN or CFN in an expression");
       break;
     }
     case EXTERN: {
@@ -860,29 +869,28 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
         uses_[bits.number()]++;
         break;
       }
-      find(UNREADABLE, first,
+      find(UNREADABLE, first(),
            "a slot in use, of " + std::to_string(slots.size()));
       break;
     }
     case ASSIGN:
-      require(bits.op() <= LAST_ASSIGNMENT, UNSOUND, first,
-              "0 =, 1 +=, 2 -=, 3 /= or 4 *=");
+      if (bits.op() > LAST_ASSIGNMENT)
+        find(UNSOUND, first(), "0 =, 1 +=, 2 -=, 3 /= or 4 *=");
       break;
     case UNARY:
-      require(bits.op() <= MC_NEGATE, UNSOUND, first,
-              "0 value, 1 plus or 2 minus");
+      if (bits.op() > MC_NEGATE)
+        find(UNSOUND, first(), "0 value, 1 plus or 2 minus");
       break;
     case TRACE:
-      require(bits.number() != 0 && bits.number() <= INT32_MAX, UNSOUND, first,
-              "a line, 1 or more");
+      if (bits.number() == 0 || bits.number() > INT32_MAX)
+        find(UNSOUND, first(), "a line, 1 or more");
       break;
     case REFER:
-      require(bits.scope() <= 2, UNSOUND, first, "0 X, 1 Y or 2 Z");
+      if (bits.scope() > 2) find(UNSOUND, first(), "0 X, 1 Y or 2 Z");
       break;
     case EXTIND:
-      require(
-          SIGILS.find(static_cast<char>(bits.op())) != std::string_view::npos,
-          UNSOUND, first, "36 $, 37 %, 38 & or 64 @");
+      if (SIGILS.find(static_cast<char>(bits.op())) == std::string_view::npos)
+        find(UNSOUND, first(), "36 $, 37 %, 38 & or 64 @");
       break;
     default: break;
   }
@@ -919,9 +927,7 @@ void Checker::place(const CompiledNode& node, uint8_t* state) {
     expected = "a comparison, 16 to 21, or 32 TO";
   }
   if (known) return;
-  CompiledValue values[COMPILED_NODE_FIELDS];
-  CompiledNodeValues(walk->transport(), node, values);
-  find(UNSOUND, values[1], expected);
+  find(UNSOUND, field_of(node, 1), expected);
 }
 
 void Checker::children_missing(McNodeKind kind, uint8_t state,

@@ -69,8 +69,9 @@ constexpr auto SUB_CALL = static_cast<uint32_t>(McCallKind::SUB);
 constexpr auto FN_CALL = static_cast<uint32_t>(McCallKind::FN);
 constexpr auto CFN_CALL = static_cast<uint32_t>(McCallKind::CFN);
 
-// Parts of a path that are shown at its beginning and at its end.
-constexpr size_t SHOWN_PARTS = 8;
+// Parts that are shown at the beginning and at the end of a path that is too
+// long to show all of them.
+constexpr size_t SHOWN_PARTS = 4;
 
 uint32_t Load(const uint8_t* bytes, unsigned width) {
   uint32_t value = 0;
@@ -104,7 +105,7 @@ template <class Append>
 void AppendParts(std::string* path, size_t parts, char separator,
                  Append append) {
   for (size_t i = 0; i < parts; i++) {
-    if (i == SHOWN_PARTS && parts > 2 * SHOWN_PARTS) {
+    if (i == SHOWN_PARTS && parts > CompiledWalk::SHOWN_NODES) {
       const size_t hidden = parts - 2 * SHOWN_PARTS;
       *path += separator;
       *path += '(' + std::to_string(hidden) + ')';
@@ -531,20 +532,25 @@ bool CompiledWalk::constants() {
 
 // Trees -----------------------------------------------------------------------
 
-// A field of a node. What does not fit into it is cut off.
+// The field of a node's payload with that number, 0 or 1. What does not fit
+// into it is cut off.
 template <XdTransport TRANSPORT>
-bool CompiledWalk::item(CompiledField field, unsigned width, uint32_t* value,
-                        bool* sound) {
+inline bool CompiledWalk::item(CompiledNode* node, int number, unsigned width,
+                               uint32_t* value) {
+  const auto field = [&] {
+    const PayloadFields fields = FieldsOf(node->kind);
+    return number == 0 ? fields.first : fields.second;
+  };
   const unsigned bytes = TRANSPORT == XD_TRANSPORT_XDR ? 4 : width;
   if (left() < bytes) [[unlikely]]
-    return cut_off(field, bytes);
+    return cut_off(field(), bytes);
   if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
     *value = Load(xd_.next, width);
   } else {
     *value = LoadWord(xd_.next);
-    if (!Fits(*value, width, field == CompiledField::NODE_SIGIL)) [[unlikely]] {
-      *sound = false;
-      trouble(CompiledGrade::UNREADABLE, position(), CompiledName(field),
+    if (!Fits(*value, width, node->kind == McNodeKind::EXTIND)) [[unlikely]] {
+      node->sound = false;
+      trouble(CompiledGrade::UNREADABLE, position(), CompiledName(field()),
               std::to_string(*value),
               "a number of " + std::to_string(8 * width) + " bits");
       *value &= (1u << 8 * width) - 1;
@@ -555,35 +561,28 @@ bool CompiledWalk::item(CompiledField field, unsigned width, uint32_t* value,
 }
 
 template <XdTransport TRANSPORT>
-bool CompiledWalk::payload(CompiledNode* node) {
+inline bool CompiledWalk::payload(CompiledNode* node) {
   uint32_t first = 0, second = 0;
-  bool* sound = &node->sound;
   switch (MC_KIND_PAYLOADS[static_cast<unsigned>(node->kind)]) {
     case McPayload::NONE: break;
     case McPayload::INTEGER:
     case McPayload::NUMBER:
-      if (!item<TRANSPORT>(FieldsOf(node->kind).first, 4, &first, sound))
-        return false;
+      if (!item<TRANSPORT>(node, 0, 4, &first)) return false;
       node->payload = first;
       break;
     case McPayload::VARIABLE:
-    case McPayload::FUNCTION: {
-      const PayloadFields fields = FieldsOf(node->kind);
-      if (!item<TRANSPORT>(fields.first, 2, &first, sound) ||
-          !item<TRANSPORT>(fields.second, 2, &second, sound))
-        return false;
+    case McPayload::FUNCTION:
+      if (!item<TRANSPORT>(node, 0, 2, &first)) return false;
+      if (!item<TRANSPORT>(node, 1, 2, &second)) return false;
       node->payload = first << 16 | second;
       break;
-    }
     case McPayload::INDEX:
-      if (!item<TRANSPORT>(FieldsOf(node->kind).first, 2, &first, sound))
-        return false;
+      if (!item<TRANSPORT>(node, 0, 2, &first)) return false;
       node->payload = first << 16;
       break;
     case McPayload::OPERATOR:
     case McPayload::SIGIL:
-      if (!item<TRANSPORT>(FieldsOf(node->kind).first, 1, &first, sound))
-        return false;
+      if (!item<TRANSPORT>(node, 0, 1, &first)) return false;
       node->payload = first << 24;
       break;
   }

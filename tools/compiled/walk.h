@@ -152,6 +152,9 @@ class CompiledSink {
 
 class CompiledWalk {
  public:
+  // The nodes of a path that has all its parts.
+  static constexpr size_t SHOWN_NODES = 16;
+
   // Both outlive the walk; files have less than UT_LARGEST_FILE bytes.
   CompiledWalk(std::string_view file, CompiledSink* sink);
   CompiledWalk(const CompiledWalk&) = delete;
@@ -222,7 +225,7 @@ class CompiledWalk {
   bool imports();
   bool constants();
   template <XdTransport TRANSPORT>
-  bool item(CompiledField field, unsigned width, uint32_t* value, bool* sound);
+  bool item(CompiledNode* node, int number, unsigned width, uint32_t* value);
   template <XdTransport TRANSPORT>
   bool payload(CompiledNode* node);
   template <XdTransport TRANSPORT>
