@@ -42,6 +42,11 @@ bool IsName(std::string_view text) {
   return true;
 }
 
+// The numbers of that many entries.
+std::string UpTo(uint64_t count) {
+  return count == 1 ? "0" : "0 to " + std::to_string(count - 1);
+}
+
 // Node shapes -----------------------------------------------------------------
 
 using Kinds = uint32_t;  // a bit per McNodeKind
@@ -664,9 +669,8 @@ void Checker::program_field(const CompiledValue& value) {
     }
     case CompiledField::CALL_SUB:
       require(number < tables().subs.size(), UNREADABLE, value,
-              tables().subs.empty()
-                  ? "no bound call: there are no SUBs"
-                  : "0 to " + std::to_string(tables().subs.size() - 1));
+              tables().subs.empty() ? "no bound call: there are no SUBs"
+                                    : UpTo(tables().subs.size()));
       break;
     default: break;
   }
@@ -677,8 +681,7 @@ void Checker::program_field(const CompiledValue& value) {
 void Checker::object_type(const CompiledValue& value) {
   object_ = value.number;
   if (object_ >= MASK_TYPE_COUNT)
-    return find(UNREADABLE, value,
-                "0 to " + std::to_string(MASK_TYPE_COUNT - 1));
+    return find(UNREADABLE, value, UpTo(MASK_TYPE_COUNT));
   if (types_.empty()) {
     if (first_editor_ == 0) first_editor_ = object_;
     if (!CompiledMayContain(0, value.number & 0xFF))
@@ -820,7 +823,7 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
       } else if (bits.index() >= table->count) {
         find(UNREADABLE, second(),
              table->count == 0 ? "no variable: the table has none"
-                               : "0 to " + std::to_string(table->count - 1));
+                               : UpTo(table->count));
       }
       break;
     }
@@ -840,7 +843,7 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
     }
     case FUNC:
       if (bits.scope() >= MC_BUILTIN_COUNT)
-        find(UNSOUND, first(), "0 to " + std::to_string(MC_BUILTIN_COUNT - 1));
+        find(UNSOUND, first(), UpTo(MC_BUILTIN_COUNT));
       if (bits.index() != bits.scope())
         find(UNSOUND, second(), "the number of the function again");
       break;
