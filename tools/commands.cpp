@@ -10,6 +10,8 @@ void AddDeps(CLI::App* app, int* status);
 void AddDisassemble(CLI::App* app, int* status);
 void AddAssemble(CLI::App* app, int* status);
 void AddDecompile(CLI::App* app, int* status);
+void AddDiff(CLI::App* app, int* status);
+void AddMatch(CLI::App* app, int* status);
 
 namespace {
 
@@ -21,6 +23,11 @@ constexpr ToolCommand COMMANDS[] = {
     AddDecompile,    //
     AddDisassemble,  //
     AddAssemble,     //
+    AddValidate,
+    AddDump,
+    AddDecompile,
+    AddDiff,
+    AddMatch,
     nullptr,
 };
 

@@ -7,6 +7,7 @@
 #include "Cutil/ut_file.h"
 #include "tools/command.h"
 #include "tools/decompile/decompile.h"
+#include "tools/output.h"
 
 namespace {
 
@@ -68,8 +69,7 @@ int Store(const Options& options, const std::string& file,
 
 int DecompileFile(const Options& options, const std::string& file) {
   UtString bytes;
-  if (UtReadWhole(file.c_str(), UT_LARGEST_FILE, &bytes) != RC_OK)
-    return Answer(TOOL_TROUBLE, file, "cannot be read");
+  if (!ToolRead(file, &bytes)) return TOOL_TROUBLE;
   const Decompiled result = Decompile(bytes, BaseName(file));
   switch (result.outcome) {
     case DecompileOutcome::TROUBLE:

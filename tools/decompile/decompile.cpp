@@ -13,6 +13,7 @@
 #include "elut/compile/parse.h"
 #include "elut/files/mask_file.h"
 #include "elut/files/program_file.h"
+#include "tools/compiled_model.h"
 #include "tools/decompile/unparse.h"
 #include "util/xd_header.h"
 
@@ -21,14 +22,6 @@ namespace {
 constexpr size_t TEXT_LIMIT = size_t{64} << 20;  // and as much per byte
 constexpr size_t TEXT_LIMIT_FACTOR = 64;
 constexpr int PLANS = 64;  // that are tried
-
-// What a file holds.
-struct Model {
-  AttributeNames names;
-  EditorList list{&names};
-  UtPtr<McProgram> program;  // nullptr: masks
-  XdHeader header = {};
-};
 
 // The texts as files of a compile.
 class TextFiles : public McSrcProvider {
@@ -61,27 +54,6 @@ class FirstReport : public McReportSink {
   std::string text_;
 };
 
-// Compares what is written with a file.
-class Comparison : public XdSink {
- public:
-  explicit Comparison(std::string_view expected) : expected_(expected) {}
-  bool write(const uint8_t* bytes, size_t count) override {
-    const std::string_view got(reinterpret_cast<const char*>(bytes), count);
-    const std::string_view here = expected_.substr(at_, count);
-    const auto differ =
-        std::mismatch(got.begin(), got.end(), here.begin(), here.end()).first;
-    at_ += static_cast<size_t>(differ - got.begin());
-    return same_ = differ == got.end();
-  }
-  bool same() const { return same_ && at_ == expected_.size(); }
-  size_t first_difference() const { return at_; }
-
- private:
-  std::string_view expected_;
-  size_t at_ = 0;
-  bool same_ = true;
-};
-
 // Compiles the text and compares. Returns what is wrong, empty for nothing.
 std::string CompileAgain(std::string_view bytes, const XdHeader& header,
                          const Unparsing& unparsing,
@@ -89,7 +61,7 @@ std::string CompileAgain(std::string_view bytes, const XdHeader& header,
   McRun run;
   TextFiles provider(files);
   FirstReport reports;
-  Comparison comparison(bytes);
+  ByteComparison comparison(bytes);
   *compiled = false;
   McFront front(&run, &provider, &reports);
   front.parse.trace_level = unparsing.traced == Unparsing::Traced::YES ? 1 : 0;
@@ -187,7 +159,7 @@ std::string StrangeObject(const MaskObject& object) {
 }
 
 // Why the file is none of a compiler's; empty when there is no reason.
-std::string Strange(const Model& model) {
+std::string Strange(const CompiledModel& model) {
   if (model.header.Sub_vers != XD_SUB_VERSION ||
       model.header.maVers != XD_MAJOR_VERSION ||
       model.header.miVers != XD_MINOR_VERSION)
@@ -232,34 +204,14 @@ std::string QuotedName(const std::string& name) {
   return quoted + '\'';
 }
 
-// Reading --------------------------------------------------------------------
-
-int Read(std::string_view bytes, Model* model) {
-  if (const int code = XdReadHeader(bytes, &model->header)) return code;
-  if (model->header.kind == XD_KIND_MASK)
-    return MaskListReadFromBytes(bytes, &model->list);
-  return McXdrReadFromBytes(bytes, &model->program);
-}
-
-std::string ReadingMessage(int code) {
-  switch (code) {
-    case RC_HEADER_MAGIC:
-    case RC_HEADER_READ: return "not a compiled file";
-    case RC_HEADER_VERSION: return "a compiled file of another version";
-    case RC_INVALID: return "a transport that no compiled file has";
-    default: return "damaged; 'quillo-tools validate' tells where";
-  }
-}
-
 class Decompilation {
  public:
   Decompilation(std::string_view bytes, const std::string& base)
       : bytes_(bytes), base_(base) {}
 
   Decompiled run() {
-    const int code = Read(bytes_, &model_);
-    if (code == RC_NO_MEMORY) throw std::bad_alloc();
-    if (code != RC_OK) return fail(ReadingMessage(code));
+    const std::string wrong = ReadCompiled(bytes_, &model_);
+    if (!wrong.empty()) return fail(wrong);
     try {
       return attempt();
     } catch (const Refusal& refusal) {
@@ -281,7 +233,7 @@ class Decompilation {
     return {DecompileOutcome::REFUSED, std::move(why), {}};
   }
 
-  bool is_mask() const { return model_.program == nullptr; }
+  bool is_mask() const { return model_.is_mask(); }
   bool traced() const { return unparsing_.traced == Unparsing::Traced::YES; }
 
   Decompiled attempt() {
@@ -338,7 +290,7 @@ class Decompilation {
 
   std::string_view bytes_;
   const std::string& base_;
-  Model model_;
+  CompiledModel model_;
   Unparsing unparsing_;
 };
 

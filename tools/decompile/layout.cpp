@@ -23,7 +23,8 @@ Layout::Layout(const LineSurvey& survey, const LinePlan& plan,
       stem_(std::move(stem)),
       command_(std::move(command)),
       limit_(limit),
-      longest_(MC_SRC_LINE_MAX) {
+      longest_(MC_SRC_LINE_MAX),
+      width_(WIDTH) {
   files_.resize(std::max<size_t>(plan.first_lines.size(), 1));
   files_[0].name = std::move(main_name);
   for (size_t i = 1; i < files_.size(); i++)
@@ -32,6 +33,20 @@ Layout::Layout(const LineSurvey& survey, const LinePlan& plan,
   next_line_ = plan.first_lines.empty() ? NO_LINE : plan.first_lines[0];
   begun_ = 1;
   if (may_feed()) put_command();
+}
+
+Layout::Layout(const LineSurvey& survey, const LinePlan& plan,
+               std::vector<TextMark>* marks)
+    : survey_(survey),
+      plan_(plan),
+      limit_(SIZE_MAX),
+      longest_(SIZE_MAX),
+      width_(SIZE_MAX / 2),
+      marks_(marks) {
+  files_.resize(1);
+  current_ = &files_[0];
+  next_line_ = NO_LINE;
+  begun_ = 1;
 }
 
 // Adds the comment with the command to the end of the line, and the line feed.
@@ -64,7 +79,7 @@ void Layout::fill_gap(size_t width) {
     if (gap != Gap::BLANK) begin_line(indent_);
     return;
   }
-  const bool wraps = column_ + 1 + width > WIDTH;
+  const bool wraps = column_ + 1 + width > width_;
   const bool ends = gap != Gap::BLANK || wraps;
   if (!ends || !may_feed()) {
     file().text += ' ';

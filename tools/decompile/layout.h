@@ -21,6 +21,27 @@ struct SourceFile {
   std::string text;
 };
 
+// Parts of a text, for those who compare texts part by part.
+enum class TextPart : uint8_t {
+  IMPORTS,
+  ROUTINE,    // a SUB or the main program; its name
+  SIGNATURE,  // name and parameters of a SUB
+  VARIABLES,
+  BODY,
+  OBJECT,
+  ATTRIBUTES,
+  HANDLER,
+  MODULE,
+};
+
+// Where a part begins, or where the one that began last ends.
+struct TextMark {
+  size_t offset;
+  bool begins;
+  TextPart part;
+  std::string name;
+};
+
 class Layout {
  public:
   // Lines are kept this short where they can be.
@@ -32,6 +53,10 @@ class Layout {
   // has a statement. With `limit` bytes in all files the text ends.
   Layout(const LineSurvey& survey, const LinePlan& plan, std::string main_name,
          std::string stem, std::string command, size_t limit);
+  // Writes one text without a command, a statement per line however long it is,
+  // and marks its parts.
+  Layout(const LineSurvey& survey, const LinePlan& plan,
+         std::vector<TextMark>* marks);
 
   // A token, or several that belong together; a name with what is glued to it.
   // Never part of a token.
@@ -66,6 +91,15 @@ class Layout {
   // An INCLUDE of a file without anything in it.
   void include_none();
 
+  void begin_part(TextPart part, std::string_view name) {
+    if (marks_ != nullptr)
+      marks_->push_back({file().text.size(), true, part, std::string(name)});
+  }
+  void end_part() {
+    if (marks_ != nullptr)
+      marks_->push_back({file().text.size(), false, {}, {}});
+  }
+
   // Ends all files. The main one is the first.
   std::deque<SourceFile> finish();
 
@@ -99,6 +133,8 @@ class Layout {
   std::string command_;  // empty: written
   size_t limit_;
   size_t longest_;  // column that a line may reach
+  size_t width_;    // that it keeps to, where it can
+  std::vector<TextMark>* marks_ = nullptr;
 
   std::deque<SourceFile> files_;  // in the order of their names
   SourceFile* current_;

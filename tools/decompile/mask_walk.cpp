@@ -107,6 +107,12 @@ class MaskWalk {
   void put(std::string_view text) {
     if (layout_ != nullptr) layout_->put(text);
   }
+  void begin_part(TextPart part, std::string_view name) {
+    if (layout_ != nullptr) layout_->begin_part(part, name);
+  }
+  void end_part() {
+    if (layout_ != nullptr) layout_->end_part();
+  }
   void put_text(const char* text, bool references) {
     text_.clear();
     const bool spelled = references ? SpellConstant(&text_, text, true)
@@ -228,8 +234,14 @@ class MaskWalk {
 
   void handler(const EventHandler& handler) {
     in_->error = false;
+    begin_part(TextPart::HANDLER, "");
     line("ON ");
     events(handler.event);
+    body(handler);
+    end_part();
+  }
+
+  void body(const EventHandler& handler) {
     switch (handler.kind) {
       case HandlerKind::PROGRAM:
         if (handler.program == nullptr) refuse("a handler without a program");
@@ -268,19 +280,27 @@ class MaskWalk {
     path_.push_back(&object);
     const uint32_t members = MembersOf(object.type);
     in_->error = false;
+    begin_part(TextPart::OBJECT,
+               MASK_TYPE_NAMES[static_cast<unsigned>(object.type)] +
+                   std::string(object.name[0] == '\0' ? "" : " ") +
+                   object.name);
     line(MASK_TYPE_NAMES[static_cast<unsigned>(object.type)]);
     put_object_name(object);
     open(" {");
+    begin_part(TextPart::ATTRIBUTES, "");
     attributes(object.attributes);
+    end_part();
     if (object.handlers.count > 0 && (members & HANDLERS) == 0)
       refuse("an object of this type has no handlers");
     if (object.program != nullptr) {
       if ((members & MODULE) == 0)
         refuse("an object of this type has no MODULE block");
+      begin_part(TextPart::MODULE, "MODULE");
       line("MODULE");
       open(" {");
       program(*object.program, ProgramFrame::MODULE);
       close();
+      end_part();
     }
     for (uint32_t i = 0; i < object.handlers.count; i++)
       handler(object.handlers.entries[i]);
@@ -296,6 +316,7 @@ class MaskWalk {
         object.program == nullptr && object.first_child == nullptr)
       line(";");
     close();
+    end_part();
     path_.pop_back();
   }
 

@@ -168,7 +168,7 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
   declared_ = McValueType::VOID;
   reals_.clear();
   reals_known_ = false;
-  if (!writes()) in_->programs.emplace_back();
+  if (!writes() || in_->for_reading) in_->programs.emplace_back();
   entries_ =
       &in_->programs[writes() ? in_->next_program++ : in_->programs.size() - 1];
   const bool is_module = program.body.is_none();
@@ -176,7 +176,9 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
     put(is_module ? "MODULE " : "PROGRAM ");
     put(identifier(program.name, is_module ? "module" : "program"));
     put(";");
+    begin_part(TextPart::IMPORTS, "");
     imports();
+    end_part();
     subs();
     if (is_module && program.subs.empty() && writes()) layout_->include_none();
     if (!is_module) main_body();
@@ -198,8 +200,16 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
     }
   }
   where_ = "program";
+  if (in_->for_reading && program.constants.count() > 0) note_constants();
   if (writes()) return;
   place_entries();
+}
+
+// The constants that are in use, as literals.
+void ProgramWalk::note_constants() {
+  for (uint32_t i = 0; i < program_->constants.count(); i++)
+    if (entries_->uses(ENTRY_CONSTANT, i) > 0)
+      in_->constants.push_back(entry(ENTRY_CONSTANT, i));
 }
 
 void ProgramWalk::place_entries() {
@@ -234,7 +244,7 @@ void ProgramWalk::imports() {
   if (!imports.empty()) paragraph();
   for (size_t i = 0; i < imports.size();) {
     size_t end = i + 1;
-    while (end < imports.size() && imports[end].kind == imports[i].kind &&
+    while (!in_->for_reading && end < imports.size() && imports[end].kind == imports[i].kind &&
            same(imports[end].source, imports[i].source) &&
            same(imports[end].module, imports[i].module))
       end++;
@@ -286,27 +296,34 @@ void ProgramWalk::subs() {
 
 void ProgramWalk::sub(const McSub& sub) {
   paragraph();
+  const std::string name = identifier(sub.name, "SUB");
+  begin_part(TextPart::ROUTINE, "SUB " + name);
+  begin_part(TextPart::SIGNATURE, "");
   put("SUB ");
-  put(identifier(sub.name, "SUB"));
+  put(name);
   enter(sub.locals, &sub.parameters, sub.commons);
   parameters(sub.parameters);
+  end_part();
   indent();
   declarations(sub.locals, sub.commons, false);
   if (sub.body.is_none()) refuse("no statements");
   body(sub.body);
   outdent();
   line("SUBEND");
+  end_part();
 }
 
 void ProgramWalk::main_body() {
   where_ = "main program";
   place();
   paragraph();
+  begin_part(TextPart::ROUTINE, "main program");
   enter(program_->variables, nullptr, program_->commons);
   declarations(program_->variables, program_->commons, false);
   if (!program_->variables.entries.empty() || !program_->commons.empty())
     paragraph();
   body(program_->body);
+  end_part();
 }
 
 void ProgramWalk::parameters(const McVarTable& table) {
@@ -392,6 +409,7 @@ void ProgramWalk::declarations(const McVarTable& table,
                                const UtVector<McCommon>& commons,
                                bool at_least_one) {
   spot(EntrySpot::DECLARATIONS);
+  begin_part(TextPart::VARIABLES, "");
   variables(table);
   for (const McCommon& common : commons) {
     line("COMMON ");
@@ -406,6 +424,7 @@ void ProgramWalk::declarations(const McVarTable& table,
   const bool none = table.entries.empty() && commons.empty();
   if (writes()) flush_spot(EntrySpot::DECLARATIONS);
   if (none && at_least_one) line("STRING unused[0:0];");
+  end_part();
 }
 
 void ProgramWalk::variables(const McVarTable& table) {
@@ -436,7 +455,7 @@ void ProgramWalk::close_declaration() {
 // variable.
 void ProgramWalk::declarator(const McVar& variable) {
   const std::string bounds = range(variable);
-  if (variable.type == declared_) {
+  if (variable.type == declared_ && !in_->for_reading) {
     put(",");
     blank();
   } else {
@@ -507,6 +526,7 @@ std::string ProgramWalk::real_bound(double value, bool may_flush) {
 // True when a literal of that value adds no entry to the table of constants
 // that does not belong there; the ones in front of it have been put back then.
 bool ProgramWalk::is_constant(double value, bool may_flush) {
+  if (in_->for_reading) return value != std::floor(value);
   if (!reals_known_) {
     for (uint32_t i = 0; i < program_->constants.count(); i++)
       if (program_->constants[i].type == McValueType::REAL)
@@ -528,7 +548,7 @@ bool ProgramWalk::is_constant(double value, bool may_flush) {
 // Entries -------------------------------------------------------------------
 
 void ProgramWalk::use(EntryTable table, uint32_t index) {
-  if (!writes())
+  if (!writes() || in_->for_reading)
     entries_->use(table, index);
   else if (index == next_[table])
     next_[table]++;
@@ -542,6 +562,7 @@ bool ProgramWalk::is_due(EntryTable table) const {
 }
 
 void ProgramWalk::spot(EntrySpot kind) {
+  if (in_->for_reading) return;
   if (!writes()) return entries_->spot(kind);
   spot_++;
   if (kind == EntrySpot::REFERENCE || kind == EntrySpot::STATEMENT)
@@ -566,7 +587,7 @@ void ProgramWalk::missing() {
 // In a list of expressions: an element that adds what is due and is none. True
 // when there was one.
 bool ProgramWalk::item_spot(bool behind_others) {
-  if (!in_->with_errors) return false;
+  if (!in_->with_errors || in_->for_reading) return false;
   spot(EntrySpot::ITEM);
   if (!writes() || !is_due()) return false;
   if (behind_others) {
@@ -669,6 +690,7 @@ void ProgramWalk::flush_declared(EntryTable table, uint32_t to) {
 
 // Puts back what is due at this spot.
 void ProgramWalk::flush_spot(EntrySpot kind) {
+  if (in_->for_reading) return;
   declared_ = McValueType::VOID;
   for (unsigned i = 0; i < ENTRY_TABLES; i++) {
     const auto table = static_cast<EntryTable>(i);
@@ -693,8 +715,10 @@ void ProgramWalk::flush_spot(EntrySpot kind) {
 // Statements ----------------------------------------------------------------
 
 void ProgramWalk::body(const McTree& tree) {
+  begin_part(TextPart::BODY, "");
   push({.step = Step::STATEMENTS, .node = tree.root()});
   run_steps();
+  end_part();
 }
 
 void ProgramWalk::run_steps() {
@@ -766,7 +790,9 @@ void ProgramWalk::begin_statement(const McNode* trace) {
   if (in_->traced == UNKNOWN) in_->traced = traced;
   if (in_->traced != traced)
     refuse("some statements have a line, and some have not");
-  if (trace == nullptr)
+  if (trace != nullptr && in_->for_reading)
+    in_->lines.lines.push_back(trace->number());
+  if (trace == nullptr || in_->for_reading)
     line();
   else if (writes())
     layout_->statement();
@@ -1225,7 +1251,7 @@ void ProgramWalk::function(McNodeRef node) {
 
 // Behind a call without arguments there may be some that are none.
 void ProgramWalk::no_arguments() {
-  if (!in_->with_errors) return;
+  if (!in_->with_errors || in_->for_reading) return;
   spot(EntrySpot::ITEM);
   if (!writes() || !is_due()) return;
   in_->error = true;

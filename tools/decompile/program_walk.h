@@ -101,8 +101,15 @@ class ProgramWalk {
   void outdent() {
     if (writes()) layout_->outdent();
   }
+  void begin_part(TextPart part, std::string_view name) {
+    if (writes()) layout_->begin_part(part, name);
+  }
+  void end_part() {
+    if (writes()) layout_->end_part();
+  }
   void place();
   void place_entries();
+  void note_constants();
   void begin_statement(const McNode* trace);
 
   // Parts of a program.

@@ -35,6 +35,12 @@ struct Unparsing {
   // their source; `error` is true while one has not been forgotten.
   bool with_errors = false;
   bool error = false;
+
+  // Only for people: entries are not put back, and recorded lines are kept in
+  // `lines` instead of shaping the text. No survey is needed. Every declaration
+  // and import stands on a line of its own, and the constants in use are noted.
+  bool for_reading = false;
+  std::vector<std::string> constants;
 };
 
 // A program or module of its own.

@@ -1,0 +1,396 @@
+// Two outlines are gone through side by side. Parts belong together when they
+// have the same name, the first of a name to the first and so on; the lines of
+// a body are compared as a text, everything else as a set of named things.
+#include "tools/compare/difference.h"
+
+#include <algorithm>
+#include <map>
+
+#include "tools/compare/line_diff.h"
+#include "tools/compare/outline.h"
+
+namespace {
+
+using Lines = std::vector<std::string_view>;
+
+// The word of a line that says what it is about: of "INTEGER n[1:2];" the n, of
+// "title = 1;" the title.
+std::string_view NameIn(std::string_view line, bool is_declaration) {
+  if (is_declaration) line.remove_prefix(std::min(line.find(' ') + 1, line.size()));
+  if (!line.empty() && line[0] == '"') return line.substr(0, line.find(" = "));
+  return line.substr(0, line.find_first_of(" [(;,"));
+}
+
+class Comparison {
+ public:
+  Comparison(const Outline& a, const Outline& b, Difference* difference)
+      : a_(a), b_(b), changes_(&difference->changes) {}
+
+  void run() {
+    headers();
+    parts(a_.root, b_.root, "");
+    constants();
+    if (changes_->empty()) recorded_lines();
+  }
+
+ private:
+  void add(const std::string& where, std::string what, std::string_view before,
+           std::string_view after, bool affects_users = false) {
+    changes_->push_back({where, std::move(what), std::string(before),
+                         std::string(after), affects_users});
+  }
+
+  // PROGRAM a;  or  MODULE a;
+  void headers() {
+    const auto header = [](const Outline& outline) {
+      return outline.root.lines.empty() ? std::string_view()
+                                        : outline.root.lines[0];
+    };
+    if (!a_.is_mask && header(a_) != header(b_))
+      add("", "name", header(a_), header(b_), true);
+  }
+
+  void parts(const OutlinePart& a, const OutlinePart& b,
+             const std::string& where) {
+    std::map<std::string_view, std::vector<const OutlinePart*>> others;
+    for (const OutlinePart& part : b.parts) others[key(part)].push_back(&part);
+    std::map<std::string_view, size_t> taken;
+    const OutlinePart* latest = nullptr;
+    bool moved = false;
+    for (const OutlinePart& part : a.parts) {
+      const std::string_view name = key(part);
+      const size_t number = taken[name]++;
+      const auto found = others.find(name);
+      if (found == others.end() || number >= found->second.size()) {
+        one_sided(part, where, true);
+        continue;
+      }
+      const OutlinePart* other = found->second[number];
+      moved |= latest != nullptr && other < latest;
+      latest = other;
+      both(part, *other, where);
+    }
+    std::map<std::string_view, size_t> seen;
+    for (const OutlinePart& part : b.parts) {
+      const std::string_view name = key(part);
+      if (seen[name]++ >= taken[name]) one_sided(part, where, false);
+    }
+    if (moved) add(where, "order", "", "other order of what is in it");
+  }
+
+  // Parts without a name are one of a kind.
+  static std::string_view key(const OutlinePart& part) {
+    static constexpr const char* KEYS[] = {"\1", "", "\2", "\3", "\4",
+                                           "",   "\5", "", "\6"};
+    if (part.part == TextPart::HANDLER) return events(part);
+    return part.name.empty() ? KEYS[static_cast<unsigned>(part.part)]
+                             : std::string_view(part.name);
+  }
+
+  // ON KEY PF1 OR ENTER
+  static std::string_view events(const OutlinePart& handler) {
+    if (handler.lines.empty()) return "ON";
+    const std::string_view line = handler.lines[0];
+    return line.substr(0, std::min({line.find(" DO "), line.find(" EXECUTE "),
+                                    line.find(" {")}));
+  }
+
+  static std::string inside(const std::string& where, std::string_view part) {
+    if (part.empty() || part[0] < ' ') return where;
+    return where.empty() ? std::string(part)
+                         : where + " / " + std::string(part);
+  }
+
+  static const char* word(TextPart part) {
+    switch (part) {
+      case TextPart::IMPORTS: return "import";
+      case TextPart::ROUTINE: return "SUB";
+      case TextPart::SIGNATURE: return "parameters";
+      case TextPart::VARIABLES: return "variable";
+      case TextPart::BODY: return "statement";
+      case TextPart::OBJECT: return "object";
+      case TextPart::ATTRIBUTES: return "attribute";
+      case TextPart::HANDLER: return "handler";
+      case TextPart::MODULE: return "MODULE block";
+    }
+    return "";
+  }
+
+  // A part that only one of the files has.
+  void one_sided(const OutlinePart& part, const std::string& where,
+                 bool removed) {
+    switch (part.part) {
+      case TextPart::ROUTINE:
+      case TextPart::OBJECT:
+      case TextPart::HANDLER:
+      case TextPart::MODULE: {
+        const bool by_name = part.part == TextPart::ROUTINE ||
+                             part.part == TextPart::OBJECT;
+        const std::string text(part.part == TextPart::HANDLER ? events(part)
+                                                              : part.name);
+        add(where, part.name == "main program" ? part.name : word(part.part),
+            removed ? text : "", removed ? "" : text, by_name && removed);
+        return;
+      }
+      case TextPart::IMPORTS:
+      case TextPart::SIGNATURE:
+      case TextPart::VARIABLES:
+      case TextPart::BODY:
+      case TextPart::ATTRIBUTES: break;
+    }
+    const OutlinePart none = {part.part, {}, {}, {}};
+    both(removed ? part : none, removed ? none : part, where);
+  }
+
+  void both(const OutlinePart& a, const OutlinePart& b,
+            const std::string& where) {
+    switch (a.part) {
+      case TextPart::ROUTINE:
+      case TextPart::OBJECT:
+      case TextPart::MODULE: return parts(a, b, inside(where, a.name));
+      case TextPart::HANDLER: {
+        const std::string in = inside(where, events(a));
+        texts(handler_lines(a), handler_lines(b), in, "action");
+        return parts(a, b, in);
+      }
+      case TextPart::SIGNATURE:
+        if (a.lines != b.lines)
+          add(where, "parameters", a.lines.empty() ? "" : a.lines[0],
+              b.lines.empty() ? "" : b.lines[0], true);
+        return;
+      case TextPart::VARIABLES: return variables(a.lines, b.lines, where);
+      case TextPart::IMPORTS:
+        return named(a.lines, b.lines, where, "import", false, false);
+      case TextPart::ATTRIBUTES:
+        return named(a.lines, b.lines, where, "attribute", false, false);
+      case TextPart::BODY: return texts(a.lines, b.lines, where, "statement");
+    }
+  }
+
+  // What a handler does when that is no program.
+  static Lines handler_lines(const OutlinePart& handler) {
+    Lines lines = handler.lines;
+    if (!lines.empty()) lines[0].remove_prefix(events(handler).size());
+    lines.erase(std::remove_if(lines.begin(), lines.end(),
+                               [](std::string_view line) {
+                                 return line == " {" || line == "}" ||
+                                        line == ";" || line == " EXECUTE {";
+                               }),
+                lines.end());
+    return lines;
+  }
+
+  void texts(const Lines& a, const Lines& b, const std::string& where,
+             const char* what) {
+    if (a == b) return;
+    for (const LineHunk& hunk : DiffLines(a, b)) {
+      size_t i = hunk.a_first, j = hunk.b_first;
+      // Lines that face each other are taken for the same one, changed.
+      for (; i < hunk.a_end && j < hunk.b_end; i++, j++)
+        add(where, what, a[i], b[j]);
+      for (; i < hunk.a_end; i++) add(where, what, a[i], "");
+      for (; j < hunk.b_end; j++) add(where, what, "", b[j]);
+    }
+  }
+
+  // Things that have a name: what is new, what is gone, what is another one.
+  void named(const Lines& a, const Lines& b, const std::string& where,
+             const char* what, bool is_declaration, bool affects_users) {
+    if (a == b) return;
+    std::multimap<std::string_view, std::string_view> others;
+    const auto name = [&](std::string_view line) {
+      return std::string_view(what) == "import" ? line
+                                                : NameIn(line, is_declaration);
+    };
+    for (const std::string_view line : b) others.emplace(name(line), line);
+    const size_t before = changes_->size();
+    for (const std::string_view line : a) {
+      const auto found = others.find(name(line));
+      if (found == others.end()) {
+        add(where, what, line, "", affects_users);
+      } else {
+        if (found->second != line)
+          add(where, what, line, found->second, affects_users);
+        others.erase(found);
+      }
+    }
+    for (const std::string_view line : b) {
+      const auto found = others.find(name(line));
+      if (found == others.end() || found->second.data() != line.data())
+        continue;
+      add(where, what, "", line, affects_users);
+      others.erase(found);
+    }
+    if (changes_->size() == before)
+      add(where, std::string("order of ") + what + "s", "", "another one",
+          affects_users);
+  }
+
+  // COMMON blocks are shared with others, so all of a block counts.
+  void variables(const Lines& a, const Lines& b, const std::string& where) {
+    if (a == b) return;
+    std::map<std::string_view, Lines> a_blocks, b_blocks;
+    named(outside_blocks(a, &a_blocks), outside_blocks(b, &b_blocks), where,
+          "variable", true, false);
+    for (auto& [name, lines] : a_blocks) {
+      const auto found = b_blocks.find(name);
+      if (found == b_blocks.end()) {
+        add(where, "COMMON block", name, "", true);
+        continue;
+      }
+      named(lines, found->second, inside(where, name), "COMMON variable", true,
+            true);
+      b_blocks.erase(found);
+    }
+    for (auto& [name, lines] : b_blocks)
+      add(where, "COMMON block", "", name, true);
+  }
+
+  static Lines outside_blocks(const Lines& lines,
+                              std::map<std::string_view, Lines>* blocks) {
+    Lines outside;
+    Lines* block = nullptr;
+    for (const std::string_view line : lines) {
+      if (line.starts_with("COMMON "))
+        block = &(*blocks)[line];
+      else if (line == "END COMMON")
+        block = nullptr;
+      else
+        (block != nullptr ? *block : outside).push_back(line);
+    }
+    return outside;
+  }
+
+  void constants() {
+    const auto missing = [](const std::vector<std::string>& from,
+                            const std::vector<std::string>& in) {
+      std::vector<std::string> result;
+      std::set_difference(from.begin(), from.end(), in.begin(), in.end(),
+                          std::back_inserter(result));
+      return result;
+    };
+    for (const std::string& text : missing(a_.constants, b_.constants))
+      add("", "constant in use", text, "");
+    for (const std::string& text : missing(b_.constants, a_.constants))
+      add("", "constant in use", "", text);
+  }
+
+  void recorded_lines() {
+    if (a_.lines == b_.lines) return;
+    const auto text = [](const Outline& outline) {
+      return outline.lines.empty() ? "none" : "there";
+    };
+    size_t first = 0;
+    while (first < std::min(a_.lines.size(), b_.lines.size()) &&
+           a_.lines[first] == b_.lines[first])
+      first++;
+    if (a_.lines.size() != b_.lines.size())
+      return add("", "recorded lines", text(a_), text(b_));
+    add("", "recorded lines",
+        "statement " + std::to_string(first + 1) + " on line " +
+            std::to_string(a_.lines[first]),
+        "on line " + std::to_string(b_.lines[first]));
+  }
+
+  const Outline& a_;
+  const Outline& b_;
+  std::vector<Change>* changes_;
+};
+
+const char* How(const Change& change) {
+  if (change.before.empty()) return "added";
+  return change.after.empty() ? "removed" : "changed";
+}
+
+}  // namespace
+
+bool Difference::affects_users() const {
+  return std::any_of(changes.begin(), changes.end(),
+                     [](const Change& change) { return change.affects_users; });
+}
+
+Difference FindDifference(std::string_view a, const std::string& a_name,
+                          std::string_view b, const std::string& b_name) {
+  Difference difference;
+  Outline outline_a, outline_b;
+  std::string wrong = MakeOutline(a, &outline_a);
+  if (!wrong.empty()) wrong = a_name + ": " + wrong;
+  if (wrong.empty() && a == b) {
+    difference.same_bytes = true;
+    return difference;
+  }
+  if (wrong.empty()) {
+    wrong = MakeOutline(b, &outline_b);
+    if (!wrong.empty()) wrong = b_name + ": " + wrong;
+  }
+  if (wrong.empty() && outline_a.is_mask != outline_b.is_mask)
+    wrong = "masks and programs have nothing in common to compare: " +
+            (outline_a.is_mask ? a_name : b_name) + " holds masks, " +
+            (outline_a.is_mask ? b_name : a_name) + " a program or module";
+  difference.trouble = wrong;
+  if (!wrong.empty()) return difference;
+  if (outline_a.header.transport != outline_b.header.transport)
+    difference.other_encoding = SameInOtherTransport(a, b);
+  if (difference.other_encoding) return difference;
+  Comparison(outline_a, outline_b, &difference).run();
+  if (difference.changes.empty())
+    difference.changes.push_back(
+        {"", "tables", "", "other unused entries, or another order of entries",
+         false});
+  return difference;
+}
+
+//   SUB area: statement changed
+//     - x = 1;
+//     + x = 2;
+void PrintChange(ToolOutput* out, const Change& change) {
+  if (!change.where.empty()) {
+    out->put(change.where);
+    out->put(": ");
+  }
+  out->put(change.what);
+  out->put(' ');
+  out->put(How(change));
+  if (change.affects_users) out->put("  (affects callers or users)");
+  out->put('\n');
+  const auto line = [&](const char* sign, const std::string& text) {
+    if (text.empty()) return;
+    out->put(sign);
+    out->put(text);
+    out->put('\n');
+  };
+  line("  - ", change.before);
+  line("  + ", change.after);
+}
+
+void PrintDifference(ToolOutput* out, const Difference& difference) {
+  if (difference.same_bytes) return out->put("same file content\n");
+  if (difference.other_encoding)
+    return out->put("same program, other encoding\n");
+  for (const Change& change : difference.changes) PrintChange(out, change);
+  out->put(difference.affects_users()
+               ? "callers or users are affected\n"
+               : "the change is internal: no caller or user is affected\n");
+}
+
+void PrintDifferenceJson(ToolOutput* out, const Difference& difference) {
+  ToolJson json(out);
+  json.begin_object();
+  json.key("version").number(1);
+  json.key("same").boolean(difference.same());
+  json.key("other_encoding").boolean(difference.other_encoding);
+  json.key("affects_users").boolean(difference.affects_users());
+  json.key("changes").begin_array();
+  for (const Change& change : difference.changes) {
+    json.begin_object();
+    json.key("where").text(change.where);
+    json.key("what").text(change.what);
+    json.key("how").text(How(change));
+    json.key("before").text(change.before);
+    json.key("after").text(change.after);
+    json.key("affects_users").boolean(change.affects_users);
+    json.end_object();
+  }
+  json.end_array();
+  json.end_object();
+}

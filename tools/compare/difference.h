@@ -1,0 +1,45 @@
+// What is different between two compiled files, in the words of the language.
+#ifndef TOOLS_COMPARE_DIFFERENCE_H
+#define TOOLS_COMPARE_DIFFERENCE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/output.h"
+
+struct Change {
+  std::string where;   // "SUB area", "WINDOW main / ON ENTER"; empty: the file
+  std::string what;    // "statement", "variable", "import" ...
+  std::string before;  // empty: added
+  std::string after;   // empty: removed
+  bool affects_users = false;  // those who call or use it from elsewhere
+};
+
+struct Difference {
+  std::string trouble;  // why the files cannot be compared; empty: they were
+  bool same_bytes = false;
+  bool other_encoding = false;  // the same content in another transport
+  std::vector<Change> changes;
+
+  bool same() const { return same_bytes || other_encoding; }
+  bool affects_users() const;
+};
+
+// Compares two files by their bytes. `a_name` and `b_name` stand in messages.
+Difference FindDifference(std::string_view a, const std::string& a_name,
+                          std::string_view b, const std::string& b_name);
+
+// One change as lines of text.
+void PrintChange(ToolOutput* out, const Change& change);
+
+// All of it.
+void PrintDifference(ToolOutput* out, const Difference& difference);
+
+// {"version": 1, "same": false, "other_encoding": false,
+//  "affects_users": true, "changes": [
+//   {"where": "SUB area", "what": "statement", "how": "changed",
+//    "before": "x = 1;", "after": "x = 2;", "affects_users": false}]}
+void PrintDifferenceJson(ToolOutput* out, const Difference& difference);
+
+#endif
