@@ -16,7 +16,8 @@ using Lines = std::vector<std::string_view>;
 // The word of a line that says what it is about: of "INTEGER n[1:2];" the n, of
 // "title = 1;" the title.
 std::string_view NameIn(std::string_view line, bool is_declaration) {
-  if (is_declaration) line.remove_prefix(std::min(line.find(' ') + 1, line.size()));
+  if (is_declaration)
+    line.remove_prefix(std::min(line.find(' ') + 1, line.size()));
   if (!line.empty() && line[0] == '"') return line.substr(0, line.find(" = "));
   return line.substr(0, line.find_first_of(" [(;,"));
 }
@@ -80,8 +81,8 @@ class Comparison {
 
   // Parts without a name are one of a kind.
   static std::string_view key(const OutlinePart& part) {
-    static constexpr const char* KEYS[] = {"\1", "", "\2", "\3", "\4",
-                                           "",   "\5", "", "\6"};
+    static constexpr const char* KEYS[] = {"\1", "",   "\2", "\3", "\4",
+                                           "",   "\5", "",   "\6"};
     if (part.part == TextPart::HANDLER) return events(part);
     return part.name.empty() ? KEYS[static_cast<unsigned>(part.part)]
                              : std::string_view(part.name);
@@ -124,8 +125,8 @@ class Comparison {
       case TextPart::OBJECT:
       case TextPart::HANDLER:
       case TextPart::MODULE: {
-        const bool by_name = part.part == TextPart::ROUTINE ||
-                             part.part == TextPart::OBJECT;
+        const bool by_name =
+            part.part == TextPart::ROUTINE || part.part == TextPart::OBJECT;
         const std::string text(part.part == TextPart::HANDLER ? events(part)
                                                               : part.name);
         add(where, part.name == "main program" ? part.name : word(part.part),
@@ -170,11 +171,13 @@ class Comparison {
   // What a handler does when that is no program.
   static Lines handler_lines(const OutlinePart& handler) {
     Lines lines = handler.lines;
-    if (!lines.empty()) lines[0].remove_prefix(events(handler).size());
+    if (!lines.empty())
+      lines[0].remove_prefix(
+          std::min(events(handler).size() + 1, lines[0].size()));
     lines.erase(std::remove_if(lines.begin(), lines.end(),
                                [](std::string_view line) {
-                                 return line == " {" || line == "}" ||
-                                        line == ";" || line == " EXECUTE {";
+                                 return line == "{" || line == "}" ||
+                                        line == ";" || line == "EXECUTE {";
                                }),
                 lines.end());
     return lines;
@@ -199,8 +202,9 @@ class Comparison {
     if (a == b) return;
     std::multimap<std::string_view, std::string_view> others;
     const auto name = [&](std::string_view line) {
-      return std::string_view(what) == "import" ? line
-                                                : NameIn(line, is_declaration);
+      return line.starts_with("IMPORT ")
+                 ? line.substr(0, std::min(line.find(" FROM"), line.find(';')))
+                 : NameIn(line, is_declaration);
     };
     for (const std::string_view line : b) others.emplace(name(line), line);
     const size_t before = changes_->size();

@@ -36,7 +36,8 @@ class Differ {
       last->a_end = range.a_end;
       last->b_end = range.b_end;
     } else {
-      hunks_.push_back({range.a_first, range.a_end, range.b_first, range.b_end});
+      hunks_.push_back(
+          {range.a_first, range.a_end, range.b_first, range.b_end});
     }
   }
 
@@ -120,7 +121,8 @@ class Differ {
       size_t b_line = 0;
     };
     std::unordered_map<uint32_t, Place> places;
-    for (size_t i = range.a_first; i < range.a_end; i++) places[a_[i]].a_count++;
+    for (size_t i = range.a_first; i < range.a_end; i++)
+      places[a_[i]].a_count++;
     for (size_t i = range.b_first; i < range.b_end; i++) {
       Place& place = places[b_[i]];
       place.b_count++;
@@ -176,8 +178,7 @@ std::vector<LineHunk> DiffLines(const std::vector<std::string_view>& a,
   const auto numbered = [&](const std::vector<std::string_view>& lines) {
     Lines result;
     for (size_t i = front; i < lines.size() - back; i++)
-      result.push_back(
-          numbers.emplace(lines[i], numbers.size()).first->second);
+      result.push_back(numbers.emplace(lines[i], numbers.size()).first->second);
     return result;
   };
   const Lines a_lines = numbered(a), b_lines = numbered(b);

@@ -46,9 +46,8 @@ int CompileLike(const CompiledModel& like, const std::string& source,
   McProgram program;
   code = McParseProgram(&front, &program);
   if (code == RC_OK) code = McResolveCalls(&program);
-  return code == RC_OK
-             ? McXdrWriteToSink(&program, like.header.transport, sink)
-             : code;
+  return code == RC_OK ? McXdrWriteToSink(&program, like.header.transport, sink)
+                       : code;
 }
 
 int Trouble(const std::string& what) {
@@ -73,8 +72,8 @@ int Run(const Options& options) {
     out.put("yes\n");
     return out.finish() ? TOOL_FINE : TOOL_TROUBLE;
   }
-  const Difference difference = FindDifference(made.bytes(), options.source,
-                                               bytes, options.file);
+  const Difference difference =
+      FindDifference(made.bytes(), options.source, bytes, options.file);
   if (!difference.trouble.empty()) return Trouble(difference.trouble);
   out.put("no\n");
   if (!difference.changes.empty()) PrintChange(&out, difference.changes[0]);

@@ -22,7 +22,8 @@ void AddLines(std::string_view text, std::vector<std::string_view>* lines) {
 }
 
 void BuildParts(const std::vector<TextMark>& marks, Outline* outline) {
-  // A part moves only when its neighbours grow in number, and then it has ended.
+  // A part moves only when its neighbours grow in number, and then it has
+  // ended.
   std::vector<OutlinePart*> path = {&outline->root};
   const std::string_view text = outline->text;
   size_t at = 0;

@@ -244,7 +244,8 @@ void ProgramWalk::imports() {
   if (!imports.empty()) paragraph();
   for (size_t i = 0; i < imports.size();) {
     size_t end = i + 1;
-    while (!in_->for_reading && end < imports.size() && imports[end].kind == imports[i].kind &&
+    while (!in_->for_reading && end < imports.size() &&
+           imports[end].kind == imports[i].kind &&
            same(imports[end].source, imports[i].source) &&
            same(imports[end].module, imports[i].module))
       end++;
@@ -723,8 +724,7 @@ void ProgramWalk::body(const McTree& tree) {
 
 void ProgramWalk::run_steps() {
   while (!todo_.empty()) {
-    const Todo todo = todo_.back();
-    todo_.pop_back();
+    const Todo todo = pop();
     switch (todo.step) {
       case Step::STATEMENTS: statements(todo.node); break;
       case Step::STATEMENT: statement(todo.node); break;
@@ -756,8 +756,8 @@ void ProgramWalk::run_steps() {
         break;
       case Step::ALLOCATED: allocated(todo); break;
       case Step::DIMS: dims(todo); break;
-      case Step::TEXT: put(todo.text); break;
-      case Step::LINE: line(todo.text); break;
+      case Step::TEXT: put(texts_[todo.end]); break;
+      case Step::LINE: line(texts_[todo.end]); break;
       case Step::INDENT: indent(); break;
       case Step::DEDENT: outdent(); break;
     }
@@ -817,12 +817,12 @@ void ProgramWalk::statement(McNodeRef node) {
     case McNodeKind::IF: {
       const unsigned count = children(node, child, 2, 3);
       if (count < 2) return broken(count, "IF ", " THEN ; END IF");
-      push({.step = Step::LINE, .text = "END IF"});
+      push_line("END IF");
       if (count == 3) {
         push({.step = Step::DEDENT});
         push({.step = Step::STATEMENTS, .node = child[2]});
         push({.step = Step::INDENT});
-        push({.step = Step::LINE, .text = "ELSE"});
+        push_line("ELSE");
       }
       put("IF ");
       push({.step = Step::DEDENT});
@@ -835,7 +835,7 @@ void ProgramWalk::statement(McNodeRef node) {
       if (children(node, child, 2, 2) < 2)
         return broken(first(node) != node, "WHILE ", " DO ; END WHILE");
       put("WHILE ");
-      push({.step = Step::LINE, .text = "END WHILE"});
+      push_line("END WHILE");
       push({.step = Step::DEDENT});
       push({.step = Step::STATEMENTS, .node = child[1]});
       push({.step = Step::INDENT});
@@ -850,7 +850,7 @@ void ProgramWalk::statement(McNodeRef node) {
       if (clause == node || at(clause).kind() != McNodeKind::CASE)
         refuse("a SELECT without a CASE");
       put("SELECT ");
-      push({.step = Step::LINE, .text = "END SELECT"});
+      push_line("END SELECT");
       push({.step = Step::DEDENT});
       push({.step = Step::CASES, .node = clause, .end = node});
       push({.step = Step::INDENT});

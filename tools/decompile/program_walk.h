@@ -65,8 +65,7 @@ class ProgramWalk {
                             // ALLOCATED: with bounds
     bool flag = false;      // lists: not the first one
     McNodeRef node = 0;
-    McNodeRef end = 0;
-    const char* text = nullptr;
+    McNodeRef end = 0;  // TEXT, LINE: number of the text
   };
   struct Name {
     const char* text;
@@ -152,8 +151,41 @@ class ProgramWalk {
   // Trees.
   void body(const McTree& tree);
   void run_steps();
-  void push(Todo todo) { todo_.push_back(todo); }
-  void push_text(const char* text) { push({.step = Step::TEXT, .text = text}); }
+  // On the stack a step is two words, which are put together in registers: a
+  // word that is read waits until all the bytes in it are written.
+  struct Packed {
+    uint64_t first, end;
+  };
+  void push(const Todo& todo) {
+    todo_.push_back({static_cast<uint64_t>(todo.step) |
+                         uint64_t{todo.binding} << 8 |
+                         uint64_t{todo.followed} << 16 |
+                         uint64_t{todo.flag} << 24 | uint64_t{todo.node} << 32,
+                     todo.end});
+  }
+  Todo pop() {
+    const Packed packed = todo_.back();
+    todo_.pop_back();
+    return {static_cast<Step>(packed.first & 0xFF),
+            static_cast<uint8_t>(packed.first >> 8 & 0xFF),
+            (packed.first >> 16 & 1) != 0,
+            (packed.first >> 24 & 1) != 0,
+            static_cast<McNodeRef>(packed.first >> 32),
+            static_cast<McNodeRef>(packed.end)};
+  }
+  void push_text(const char* text) {
+    push({.step = Step::TEXT, .end = number_of(text)});
+  }
+  void push_line(const char* text) {
+    push({.step = Step::LINE, .end = number_of(text)});
+  }
+  // The few texts that steps leave behind, which live as long as the program.
+  uint32_t number_of(const char* text) {
+    for (uint32_t i = 0; i < texts_.size(); i++)
+      if (texts_[i] == text) return i;
+    texts_.push_back(text);
+    return static_cast<uint32_t>(texts_.size()) - 1;
+  }
   void statements(McNodeRef node);
   void statement(McNodeRef node);
   void next_statement(const Todo& todo);
@@ -211,7 +243,8 @@ class ProgramWalk {
   std::unordered_map<uint64_t, uint32_t> reals_;
   bool reals_known_ = false;
   std::string scratch_;
-  std::vector<Todo> todo_;
+  std::vector<Packed> todo_;
+  std::vector<const char*> texts_;
 };
 
 #endif
