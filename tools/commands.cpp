@@ -13,6 +13,8 @@ void AddDecompile(CLI::App* app, int* status);
 void AddDiff(CLI::App* app, int* status);
 void AddMatch(CLI::App* app, int* status);
 
+void AddFormat(CLI::App* app, int* status);
+
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
@@ -28,6 +30,7 @@ constexpr ToolCommand COMMANDS[] = {
     AddDecompile,
     AddDiff,
     AddMatch,
+    AddFormat,
     nullptr,
 };
 

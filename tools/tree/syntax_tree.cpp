@@ -47,12 +47,12 @@ uint32_t SyntaxTree::node_of(uint32_t token) const {
 SyntaxTrivia SyntaxGap::next() {
   begin_ = at_;
   if (at_ == end_) return SyntaxTrivia::END;
-  if (at_ >= file_.read_end) {
+  if (at_ >= file_->read_end) {
     at_ = end_;
     return SyntaxTrivia::NOT_READ;
   }
   // A line feed ends all that is read.
-  const char* text = file_.text.data();
+  const char* text = file_->text.data();
   const char first = text[at_++];
   switch (first) {
     case '\r':

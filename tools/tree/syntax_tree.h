@@ -207,18 +207,18 @@ class SyntaxGap {
                       ? static_cast<uint32_t>(tree.text().size())
                       : tree.tokens[token].begin) {}
   SyntaxGap(const SyntaxFile& file, uint32_t begin, uint32_t end)
-      : file_(file), at_(begin), end_(end) {}
+      : file_(&file), at_(begin), end_(end) {}
 
   // Goes on to the next piece and tells what it is.
   SyntaxTrivia next();
   uint32_t begin() const { return begin_; }
   uint32_t end() const { return at_; }
   std::string_view text() const {
-    return std::string_view(file_.text).substr(begin_, at_ - begin_);
+    return std::string_view(file_->text).substr(begin_, at_ - begin_);
   }
 
  private:
-  const SyntaxFile& file_;
+  const SyntaxFile* file_;
   uint32_t begin_ = 0;
   uint32_t at_;
   uint32_t end_;
