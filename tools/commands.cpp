@@ -12,7 +12,6 @@ void AddAssemble(CLI::App* app, int* status);
 void AddDecompile(CLI::App* app, int* status);
 void AddDiff(CLI::App* app, int* status);
 void AddMatch(CLI::App* app, int* status);
-
 void AddFormat(CLI::App* app, int* status);
 
 namespace {
@@ -20,17 +19,14 @@ namespace {
 constexpr ToolCommand COMMANDS[] = {
     AddCompile,      //
     AddDeps,         //
+    AddFormat,       //
     AddValidate,     //
     AddDump,         //
     AddDecompile,    //
     AddDisassemble,  //
     AddAssemble,     //
-    AddValidate,
-    AddDump,
-    AddDecompile,
-    AddDiff,
-    AddMatch,
-    AddFormat,
+    AddDiff,         //
+    AddMatch,        //
     nullptr,
 };
 
