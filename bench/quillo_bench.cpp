@@ -1,5 +1,6 @@
 // What a compile spends its time on: scanning, parsing with building, writing
-// and reading, each alone, for programs and for masks.
+// and reading, each alone, for programs and for masks; and what the tools for
+// compiled files take.
 //
 // The inputs imitate the sources of a whole customer's site, about 10 MB each,
 // in one file. Every run of a benchmark is printed, then the best one and the
@@ -22,6 +23,9 @@
 #include "elut/grammar.h"
 #include "elut/syntax/lexer.h"
 #include "services/channels.h"
+#include "tools/compiled/assembly.h"
+#include "tools/compiled/check.h"
+#include "tools/dump.h"
 
 namespace {
 
@@ -104,6 +108,59 @@ void Read(benchmark::State& state, int transport) {
     program.reset();
     state.ResumeTiming();
     Check(McXdrReadFromFile(files.compiled.c_str(), &program));
+  }
+  CountBytes(state);
+}
+
+// The compiled program, for the tools that work on its bytes. What they take is
+// compared with parse and write together.
+std::string CompiledProgram(int transport) {
+  const UtPtr<McProgram> program = ParsedProgram();
+  XdMemory sink;
+  Check(McXdrWriteToSink(program.get(), transport, &sink));
+  return std::string(sink.bytes());
+}
+
+// Takes what is printed, and drops it.
+class NoOutput : public ToolOutput {
+ protected:
+  bool write(const char*, size_t) override { return true; }
+};
+
+void Validate(benchmark::State& state, int transport) {
+  const std::string bytes = CompiledProgram(transport);
+  for (auto _ : state)
+    CompiledCheck(bytes, [](const CompiledTrouble&) { abort(); });
+  CountBytes(state);
+}
+
+void Dump(benchmark::State& state, int transport) {
+  const std::string bytes = CompiledProgram(transport);
+  for (auto _ : state) {
+    NoOutput out;
+    if (!ToolDumpText(bytes, &out) || !out.finish()) abort();
+  }
+  CountBytes(state);
+}
+
+void Disassemble(benchmark::State& state, int transport) {
+  const std::string bytes = CompiledProgram(transport);
+  for (auto _ : state) {
+    NoOutput out;
+    CompiledDisassemble(bytes, &out);
+    if (!out.finish()) abort();
+  }
+  CountBytes(state);
+}
+
+void Assemble(benchmark::State& state, int transport) {
+  ToolText text;
+  CompiledDisassemble(CompiledProgram(transport), &text);
+  if (!text.finish()) abort();
+  for (auto _ : state) {
+    XdMemory file;
+    CompiledAssemblyError error;
+    if (!CompiledAssemble(text.text, &file, &error)) abort();
   }
   CountBytes(state);
 }
@@ -195,6 +252,10 @@ int main(int argc, char** argv) {
   Register("parse", Parse);
   RegisterPerTransport("write", Write);
   RegisterPerTransport("read", Read);
+  RegisterPerTransport("validate", Validate);
+  RegisterPerTransport("dump", Dump);
+  RegisterPerTransport("disassemble", Disassemble);
+  RegisterPerTransport("assemble", Assemble);
   Register("masks/parse", ParseMasks);
   RegisterPerTransport("masks/write", WriteMasks);
   RegisterPerTransport("masks/read", ReadMasks);
