@@ -123,11 +123,12 @@ class Permuter {
         EventHandler& handler = object->handlers.entries[i];
         if (random_.percent(20)) handler.event.mask = uint32_t(random_.next());
         if (random_.percent(20)) handler.event.key = uint32_t(random_.next());
-        if (handler.kind == HandlerKind::ATTRIBUTES)
-          attributes(&handler.attributes);
-        else if (handler.program != nullptr)
-          change(handler.program);
-        if (random_.percent(3)) handler.kind = static_cast<HandlerKind>(7);
+        if (handler.kind == HandlerKind::PROGRAM) {
+          if (handler.program != nullptr) change(handler.program);
+          continue;
+        }
+        attributes(&handler.attributes);
+        if (random_.percent(5)) handler.kind = static_cast<HandlerKind>(7);
       }
     }
   }
