@@ -171,6 +171,9 @@ TEST(Assembly, FaultsAreNamedWithTheirPlace) {
                         row.text))
         << row.text;
   EXPECT_EQ("1:1: expected quillo-assembly 1", Assembled(""));
+  std::string long_line;
+  for (int i = 0; i < 1000; i++) long_line += "a ";
+  EXPECT_EQ("1:1201: too many words", Assembled(long_line));
   const std::string masks = "quillo-assembly 1\nfile masks xdr\n";
   EXPECT_EQ("3:1: expected an object", Assembled(masks + "}\n"));
   EXPECT_EQ("4:3: expected an object",

@@ -15,6 +15,7 @@
 #include "elut/model/mask_objects.h"
 #include "elut/model/program.h"
 #include "tools/compiled/assembly.h"
+#include "tools/compiled/assembly_lines.h"
 #include "tools/compiled/check.h"
 #include "tools/compiled/meaning.h"
 #include "util/xd_header.h"
@@ -25,145 +26,6 @@ constexpr uint8_t HAS_RANGE = 0x01;
 constexpr uint8_t HAS_DIMS = 0x02;
 constexpr uint32_t EXTERNAL_CALL = 0x80;
 constexpr uint32_t TEXT_STEP = 5632;
-
-// Thrown by the parser, caught at its edge.
-struct Fault {
-  size_t line;
-  size_t column;
-  std::string message;
-};
-
-// Lines -----------------------------------------------------------------------
-
-enum class WordKind : uint8_t { WORD, TEXT, OPEN, CLOSE };
-
-struct Word {
-  WordKind kind;
-  size_t column;
-  std::string_view word;  // WORD: as it stands
-  std::string text;       // TEXT: without quotes and escapes
-};
-
-// The lines of a text that are not empty, one at a time, as words.
-class Lines {
- public:
-  explicit Lines(std::string_view text) : text_(text) { advance(); }
-
-  bool at_end() const { return count_ == 0; }
-  size_t number() const { return number_; }
-  // Words of the line.
-  size_t count() const { return count_; }
-  const Word& operator[](size_t i) const { return words_[i]; }
-  // Whether the line begins with that word.
-  bool is(std::string_view word) const {
-    return count_ > 0 && words_[0].kind == WordKind::WORD &&
-           words_[0].word == word;
-  }
-  bool closes() const {
-    return count_ > 0 && words_[0].kind == WordKind::CLOSE;
-  }
-
-  void advance();
-
-  [[noreturn]] void fail(size_t column, std::string message) const {
-    throw Fault{number_, column, std::move(message)};
-  }
-
- private:
-  Word* add(WordKind kind, size_t column);
-  void read(std::string_view line);
-  size_t read_text(std::string_view line, size_t at, std::string* text);
-
-  std::string_view text_;
-  size_t next_ = 0;    // where the next line begins
-  size_t number_ = 0;  // of the line, from 1
-  size_t count_ = 0;
-  std::deque<Word> words_;  // the first count_ of them are in use
-};
-
-void Lines::advance() {
-  count_ = 0;
-  while (count_ == 0 && next_ < text_.size()) {
-    const size_t end = std::min(text_.find('\n', next_), text_.size());
-    number_++;
-    read(text_.substr(next_, end - next_));
-    next_ = end + 1;
-  }
-  if (count_ == 0) number_++;
-}
-
-Word* Lines::add(WordKind kind, size_t column) {
-  if (count_ == words_.size()) words_.emplace_back();
-  Word* word = &words_[count_++];
-  word->kind = kind;
-  word->column = column + 1;
-  return word;
-}
-
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-// Reads a text behind its first quote; returns where it goes on.
-size_t Lines::read_text(std::string_view line, size_t at, std::string* text) {
-  const size_t begin = at;
-  text->clear();
-  for (; at < line.size(); at++) {
-    const char c = line[at];
-    if (c == '"') return at + 1;
-    if (c != '\\') {
-      *text += c;
-      continue;
-    }
-    const char escape = ++at < line.size() ? line[at] : '\0';
-    switch (escape) {
-      case 'n': *text += '\n'; break;
-      case 't': *text += '\t'; break;
-      case '"':
-      case '\\': *text += escape; break;
-      case 'x': {
-        const int high = at + 1 < line.size() ? HexDigit(line[at + 1]) : -1;
-        const int low = at + 2 < line.size() ? HexDigit(line[at + 2]) : -1;
-        if (high < 0 || low < 0) fail(at, "\\x needs two hexadecimal digits");
-        *text += static_cast<char>(high * 16 + low);
-        at += 2;
-        break;
-      }
-      default: fail(at, "an escape that does not exist");
-    }
-  }
-  fail(begin, "a text that does not end");
-}
-
-void Lines::read(std::string_view line) {
-  constexpr std::string_view BLANKS = " \t\r";
-  constexpr std::string_view ENDS = " \t\r\";";
-  size_t at = 0;
-  while ((at = line.find_first_not_of(BLANKS, at)) < line.size()) {
-    const char c = line[at];
-    if (c == ';') return;
-    if (count_ > 0 && (words_[count_ - 1].kind == WordKind::OPEN ||
-                       words_[count_ - 1].kind == WordKind::CLOSE))
-      fail(at + 1, "something behind the last word of a line");
-    if (c == '"') {
-      Word* word = add(WordKind::TEXT, at);
-      at = read_text(line, at + 1, &word->text);
-      continue;
-    }
-    const size_t end = std::min(line.find_first_of(ENDS, at), line.size());
-    const std::string_view word = line.substr(at, end - at);
-    const WordKind kind = word == "{"   ? WordKind::OPEN
-                          : word == "}" ? WordKind::CLOSE
-                                        : WordKind::WORD;
-    if (kind == WordKind::CLOSE && count_ > 0)
-      fail(at + 1, "\"}\" stands on a line of its own");
-    add(kind, at)->word = word;
-    at = end;
-  }
-}
 
 // Names of a program ----------------------------------------------------------
 
@@ -214,11 +76,13 @@ class Assembler {
     fail(std::string("expected ") + what);
   }
   bool more() const {
-    return at_ < lines_->count() && word().kind != WordKind::OPEN;
+    return at_ < lines_->count() && word().kind != AssemblyWordKind::OPEN;
   }
-  const Word& word() const { return (*lines_)[at_]; }
+  const AssemblyWord& word() const { return (*lines_)[at_]; }
   bool take_word(std::string_view text);
-  bool text_follows() const { return more() && word().kind == WordKind::TEXT; }
+  bool text_follows() const {
+    return more() && word().kind == AssemblyWordKind::TEXT;
+  }
   // Valid up to the next line. nullptr when no text follows.
   const std::string* take_text();
   template <class Number>
@@ -295,7 +159,7 @@ class Assembler {
   }
 
   std::string_view text_;
-  Lines* lines_ = nullptr;
+  AssemblyLines* lines_ = nullptr;
   size_t at_ = 0;  // next word of the line
   XdMemory* memory_ = nullptr;
   XdStream* xd_ = nullptr;
@@ -318,7 +182,7 @@ void Assembler::fail(const std::string& message) const {
 }
 
 bool Assembler::take_word(std::string_view text) {
-  if (!more() || word().kind != WordKind::WORD || word().word != text)
+  if (!more() || word().kind != AssemblyWordKind::WORD || word().word != text)
     return false;
   at_++;
   return true;
@@ -331,7 +195,7 @@ const std::string* Assembler::take_text() {
 // Decimal, or hexadecimal with 0x.
 template <class Number>
 Number Assembler::take_number(const char* what) {
-  if (!more() || word().kind != WordKind::WORD) expect(what);
+  if (!more() || word().kind != AssemblyWordKind::WORD) expect(what);
   std::string_view digits = word().word;
   int base = 10;
   if (digits.starts_with("0x")) {
@@ -349,7 +213,7 @@ Number Assembler::take_number(const char* what) {
 }
 
 double Assembler::take_real() {
-  if (!more() || word().kind != WordKind::WORD) expect("a number");
+  if (!more() || word().kind != AssemblyWordKind::WORD) expect("a number");
   const std::string_view digits = word().word;
   double number = 0;
   if (digits.starts_with("0x")) {
@@ -376,7 +240,8 @@ bool Assembler::take_name(const char* const (&names)[COUNT], uint32_t* number) {
 }
 
 bool Assembler::take_open() {
-  const bool open = at_ < lines_->count() && word().kind == WordKind::OPEN;
+  const bool open =
+      at_ < lines_->count() && word().kind == AssemblyWordKind::OPEN;
   if (open) at_++;
   return open;
 }
@@ -614,7 +479,7 @@ uint32_t Assembler::refer(const std::string& key, const char* what,
     return 0;
   }
   uint32_t number = 0;
-  if (word().kind == WordKind::WORD) {
+  if (word().kind == AssemblyWordKind::WORD) {
     const std::string_view digits = word().word.substr(1);
     const auto [end, code] =
         std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -649,18 +514,20 @@ void Assembler::variable_reference() {
   } else if (take_word("common")) {
     if (!more()) expect("a COMMON block");
     const auto blocks = static_cast<uint32_t>(last - first - 2);
-    scope = MC_SCOPE_COMMON +
-            refer(word().kind == WordKind::TEXT ? common_key(word().text) : "",
-                  "COMMON block", blocks);
+    scope = MC_SCOPE_COMMON + refer(word().kind == AssemblyWordKind::TEXT
+                                        ? common_key(word().text)
+                                        : "",
+                                    "COMMON block", blocks);
   } else if (!take_word("local")) {
     expect("local, parameter or common");
   }
   if (!more()) expect("a variable");
   const uint32_t entries =
       writing() ? names_->tables[first + table_of(scope)] : 0;
-  const uint32_t index = refer(
-      word().kind == WordKind::TEXT ? variable_key(scope, word().text) : "",
-      "variable", entries);
+  const uint32_t index = refer(word().kind == AssemblyWordKind::TEXT
+                                   ? variable_key(scope, word().text)
+                                   : "",
+                               "variable", entries);
   u16(scope);
   u16(index);
 }
@@ -679,9 +546,9 @@ void Assembler::constant_reference(McValueType type) {
     number = writing() ? *found : 0;
     at_++;
   } else {
-    number =
-        refer(word().kind == WordKind::TEXT ? key_of('k', word().text) : "",
-              "constant", static_cast<uint32_t>(names_->constant_types.size()));
+    number = refer(
+        word().kind == AssemblyWordKind::TEXT ? key_of('k', word().text) : "",
+        "constant", static_cast<uint32_t>(names_->constant_types.size()));
     if (writing() &&
         names_->constant_types[number] != static_cast<uint8_t>(type)) {
       at_--;
@@ -697,7 +564,8 @@ uint32_t Assembler::code(const char* const (&names)[COUNT], const char* what,
                          uint32_t limit) {
   uint32_t number = 0;
   if (take_name(names, &number)) return number;
-  if (!more() || word().kind != WordKind::WORD || !word().word.starts_with("#"))
+  if (!more() || word().kind != AssemblyWordKind::WORD ||
+      !word().word.starts_with("#"))
     expect(what);
   const std::string_view digits = word().word.substr(1);
   const auto [end, result] =
@@ -757,7 +625,7 @@ void Assembler::node() {
       (void)take_name(KINDS, &sort);
       if (!more()) expect("a call");
       std::string key;
-      if (word().kind == WordKind::TEXT) {
+      if (word().kind == AssemblyWordKind::TEXT) {
         if (sort == 0) expect("sub, fn or cfn in front of a name");
         key = key_of(static_cast<char>('0' + sort), word().text);
       }
@@ -768,8 +636,9 @@ void Assembler::node() {
     case McNodeKind::REFER: u16(code(MEMBERS, "X, Y or Z", UINT16_MAX)); break;
     case McNodeKind::EXTERN:
       if (!more()) expect("an external variable");
-      u32(refer(word().kind == WordKind::TEXT ? key_of('e', word().text) : "",
-                "external variable", names_->slots));
+      u32(refer(
+          word().kind == AssemblyWordKind::TEXT ? key_of('e', word().text) : "",
+          "external variable", names_->slots));
       break;
     case McNodeKind::EXTIND: {
       const std::string* sigil = take_text();
@@ -958,7 +827,7 @@ void Assembler::calls() {
       // SUBs stand in front of the calls, so their names are known by now.
       if (!more()) expect("a SUB");
       uint32_t sub = 0;
-      const bool by_name = word().kind == WordKind::TEXT;
+      const bool by_name = word().kind == AssemblyWordKind::TEXT;
       if (!writing() && !by_name && word().word.starts_with("#")) {
         const std::string_view digits = word().word.substr(1);
         (void)std::from_chars(digits.data(), digits.data() + digits.size(),
@@ -1155,7 +1024,7 @@ void Assembler::header() {
 }
 
 void Assembler::run(XdMemory* file) {
-  Lines lines(text_);
+  AssemblyLines lines(text_);
   XdStream xd;
   lines_ = &lines;
   memory_ = file;
@@ -1182,7 +1051,7 @@ bool CompiledAssemble(std::string_view text, XdMemory* file,
     Assembler assembler(text);
     assembler.count();
     assembler.write(file);
-  } catch (const Fault& fault) {
+  } catch (const AssemblyFault& fault) {
     *error = {fault.line, fault.column, fault.message};
     return false;
   }
