@@ -32,8 +32,7 @@ inline std::string RoundTrip(const std::string& bytes, CompileWay way,
   const Decompiled first = Decompile(bytes, "again");
   if (first.outcome != DecompileOutcome::GIVEN) return first.message;
   TextFiles files;
-  for (const SourceFile& file : first.files)
-    files.texts[file.name] = file.text;
+  for (const SourceFile& file : first.files) files.texts[file.name] = file.text;
   if (text != nullptr) *text = first.files[0].text;
   const std::string again = CompileBytes(&files, first.files[0].name, way);
   if (again != bytes) return "the text compiles to other bytes";

@@ -281,7 +281,10 @@ class Decompilation {
     const std::string wrong =
         CompileAgain(bytes_, model_.header, unparsing_, files, &compiled);
     if (wrong.empty()) return {DecompileOutcome::GIVEN, {}, std::move(files)};
-    const std::string strange = Strange(model_);
+    std::string strange = Strange(model_);
+    if (strange.empty() &&
+        !WritesTheSame(&model_, model_.header.transport, bytes_))
+      strange = "it is not written as the compiler writes what is in it";
     if (!strange.empty()) return refuse(strange);
     if (!compiled && wrong.find("yacc stack overflow") != std::string::npos)
       return refuse("it nests deeper than the compiler reads");

@@ -108,3 +108,10 @@ void Entries::place_extras(const std::vector<uint32_t>& spare) {
       extras_.begin(), extras_.end(),
       [](const Extra& a, const Extra& b) { return a.spot < b.spot; });
 }
+
+uint64_t Entries::names_put_back() const {
+  uint64_t sum = 0;
+  for (const uint32_t times : times_) sum += times;
+  for (const Extra& extra : extras_) sum += extra.count;
+  return sum;
+}

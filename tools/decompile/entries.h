@@ -80,6 +80,8 @@ class Entries {
     return blocks_[table];
   }
   const std::vector<Extra>& extras() const { return extras_; }
+  // How often names are put back, all together.
+  uint64_t names_put_back() const;
   // How often an entry of a block is put back.
   uint32_t times(EntryTable table, uint32_t index) const {
     return table == ENTRY_NAME ? times_[index] : 1;

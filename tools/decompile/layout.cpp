@@ -74,6 +74,7 @@ void Layout::begin_line(size_t indent) {
 
 void Layout::fill_gap(size_t width) {
   const Gap gap = std::exchange(pending_, Gap::NONE);
+  indented_ = false;
   if (column_ == 0) {
     if (gap == Gap::PARAGRAPH && next_line_ == NO_LINE && line_ > 1) feed();
     if (gap != Gap::BLANK) begin_line(indent_);

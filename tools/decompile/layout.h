@@ -77,10 +77,13 @@ class Layout {
   void line() {
     if (pending_ < Gap::LINE) pending_ = Gap::LINE;
   }
-  // The same with an empty line.
-  void paragraph() { pending_ = Gap::PARAGRAPH; }
+  // The same with an empty line, but not where an indent has just begun.
+  void paragraph() { pending_ = indented_ ? Gap::LINE : Gap::PARAGRAPH; }
 
-  void indent() { indent_ += 2; }
+  void indent() {
+    indent_ += 2;
+    indented_ = true;
+  }
   void outdent() { indent_ -= 2; }
 
   // The next statement begins, on its recorded line.
@@ -145,6 +148,7 @@ class Layout {
 
   Gap pending_ = Gap::NONE;
   size_t indent_ = 0;
+  bool indented_ = false;   // since the last token
   uint32_t statement_ = 0;  // the next one
   uint32_t place_ = 0;
   uint32_t begun_ = 0;  // files

@@ -92,6 +92,10 @@ const char* RelationText(uint8_t op) {
   }
 }
 
+// How often names may be counted above their uses: the text grows with that,
+// whatever the size of the file.
+constexpr uint64_t NAMES_PUT_BACK = 1000000;
+
 // The name under which nothing is declared, and the coordinate that no variable
 // has.
 constexpr char UNUSED[] = "unused";
@@ -183,7 +187,8 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
     if (is_module && program.subs.empty() && writes()) layout_->include_none();
     if (!is_module) main_body();
     if (is_module &&
-        !(program.variables.entries.empty() && program.commons.empty()))
+        !(program.variables.entries.empty() && program.commons.empty() &&
+          program.variables.required == 0))
       refuse("a module has no variables of its own");
   } else {
     if (program.name != nullptr || !program.imports.empty())
@@ -220,6 +225,8 @@ void ProgramWalk::place_entries() {
   if (!entries_->place(ENTRY_NAME, counts, &failed))
     refuse("external name " + std::to_string(failed) +
            " is not counted or used as in any source");
+  if (entries_->names_put_back() > NAMES_PUT_BACK)
+    refuse("external names are counted too often for their uses");
   counts.assign(program_->constants.count(), Entries::ANY_TIMES);
   if (!entries_->place(ENTRY_CONSTANT, counts, &failed))
     refuse("constant " + std::to_string(failed) +
@@ -539,7 +546,8 @@ bool ProgramWalk::is_constant(double value, bool may_flush) {
   uint32_t& next = next_[ENTRY_CONSTANT];
   const uint32_t index = found->second;
   if (index < next) return true;
-  if (!unused(ENTRY_CONSTANT, next, index + 1) && index != next) return false;
+  const bool is_next = index == next && value != std::floor(value);
+  if (!is_next && !unused(ENTRY_CONSTANT, next, index + 1)) return false;
   if (index > next && !may_flush) return false;
   if (index > next) flush_declared(ENTRY_CONSTANT, index);
   next++;

@@ -1,0 +1,208 @@
+// Differences in words, and the commands over them.
+#include <gtest/gtest.h>
+
+#include "tests/file_tree.h"
+#include "tests/quillo_run.h"
+#include "tests/tools/round_trip.h"
+#include "tools/compare/difference.h"
+#include "tools/compare/line_diff.h"
+
+namespace {
+
+std::string Bytes(const std::string& source, int transport, int16_t trace) {
+  const bool masks = source.starts_with("WINDOW");
+  TextFiles files;
+  const std::string name = masks ? "a.msk" : "a.mac";
+  files.texts[name] = source + "\n";
+  return CompileBytes(&files, name, {transport, trace});
+}
+
+std::string DiffText(const std::string& a, const std::string& b) {
+  const Difference difference = FindDifference(a, "a", b, "b");
+  if (!difference.trouble.empty()) return difference.trouble;
+  ToolText out;
+  PrintDifference(&out, difference);
+  EXPECT_TRUE(out.finish());
+  return out.text;
+}
+
+constexpr char INTERNAL[] =
+    "the change is internal: no caller or user is affected\n";
+constexpr char AFFECTED[] = "callers or users are affected\n";
+
+struct DiffCase {
+  const char* a;
+  const char* b;
+  std::string words;
+};
+const DiffCase DIFFERENCES[] = {
+    {"PROGRAM p; INTEGER i; i = 1; PRINT i;",
+     "PROGRAM p; INTEGER i[1:2]; i = 2; PRINT i;",
+     "main program: variable changed\n  - INTEGER i;\n  + INTEGER i[1:2];\n"
+     "main program: statement changed\n  - i = 1;\n  + i = 2;\n" +
+         std::string(INTERNAL)},
+    {"PROGRAM p; IMPORT a FROM l; IMPORT b; PRINT 2.5;",
+     "PROGRAM p; IMPORT a FROM m; IMPORT c; PRINT \"x\";",
+     "import changed\n  - IMPORT a FROM l;\n  + IMPORT a FROM m;\n"
+     "import removed\n  - IMPORT b;\nimport added\n  + IMPORT c;\n"
+     "main program: statement changed\n  - PRINT 2.5;\n  + PRINT \"x\";\n"
+     "constant in use removed\n  - 2.5\nconstant in use added\n  + \"x\"\n" +
+         std::string(INTERNAL)},
+    {"MODULE m; SUB s (REAL a) ; SUBEND SUB t ; SUBEND",
+     "MODULE m; SUB s (REAL a, b) ; SUBEND SUB u ; SUBEND",
+     "SUB s: parameters changed  (affects callers or users)\n"
+     "  - SUB s (REAL a)\n  + SUB s (REAL a, b)\n"
+     "SUB removed  (affects callers or users)\n  - SUB t\n"
+     "SUB added\n  + SUB u\n" +
+         std::string(AFFECTED)},
+    {"MODULE m; SUB s COMMON c INTEGER x; END COMMON ; SUBEND",
+     "PROGRAM m; SUB s COMMON c REAL x; END COMMON ; SUBEND ;",
+     "name changed  (affects callers or users)\n  - MODULE m;\n  + PROGRAM m;\n"
+     "SUB s / COMMON c: COMMON variable changed  (affects callers or users)\n"
+     "  - INTEGER x;\n  + REAL x;\nmain program added\n  + main program\n" +
+         std::string(AFFECTED)},
+    {"WINDOW w { x = 1; ON ENTER DO a; BUTTON b { ; } }",
+     "WINDOW w { x = 2; ON ENTER DO c; ON EXIT DO a; LABEL b { ; } }",
+     "WINDOW w: attribute changed\n  - x = 1;\n  + x = 2;\n"
+     "WINDOW w / ON ENTER: action changed\n  - DO a;\n  + DO c;\n"
+     "WINDOW w: object removed  (affects callers or users)\n  - BUTTON b\n"
+     "WINDOW w: handler added\n  + ON EXIT\nWINDOW w: object added\n"
+     "  + LABEL b\n" +
+         std::string(AFFECTED)},
+    {"PROGRAM p; PRINT 1; PRINT 2.5;",
+     "PROGRAM p; INTEGER a(\"x\"); PRINT 1; PRINT 2.5;",
+     "tables added\n  + other unused entries, or another order of entries\n" +
+         std::string(INTERNAL)},
+    {"PROGRAM p; ;", "WINDOW w { ; }",
+     "masks and programs have nothing in common to compare: b holds masks, "
+     "a a program or module"},
+};
+
+TEST(Diff, SaysWhatChanged) {
+  for (const DiffCase& row : DIFFERENCES)
+    EXPECT_EQ(row.words, DiffText(Bytes(row.a, 1, 0), Bytes(row.b, 4, 0)))
+        << row.a;
+  const char* const source = "PROGRAM p; PRINT 1;\nPRINT 2;";
+  EXPECT_EQ("same file content\n",
+            DiffText(Bytes(source, 1, 0), Bytes(source, 1, 0)));
+  EXPECT_EQ("same program, other encoding\n",
+            DiffText(Bytes(source, 1, 1), Bytes(source, 4, 1)));
+  EXPECT_EQ(
+      "recorded lines changed\n  - none\n  + there\n" + std::string(INTERNAL),
+      DiffText(Bytes(source, 1, 0), Bytes(source, 4, 1)));
+}
+
+// Taking out of one text what a hunk has in it, and putting in what it has of
+// the other, leads from the one to the other.
+TEST(Diff, LeadsFromOneTextToTheOther) {
+  static const std::string WORDS[] = {"a", "b", "c", "d", "e", "f", "g"};
+  uint32_t state = 1;
+  const auto next = [&](uint32_t limit) {
+    state = state * 1664525 + 1013904223;
+    return (state >> 8) % limit;
+  };
+  for (int round = 0; round < 2000; round++) {
+    std::vector<std::string_view> a, b;
+    const uint32_t kinds = 1 + next(7);
+    for (uint32_t i = next(round % 20 == 0 ? 900 : 12); i > 0; i--)
+      a.push_back(WORDS[next(kinds)]);
+    for (uint32_t i = next(round % 20 == 0 ? 900 : 12); i > 0; i--)
+      b.push_back(WORDS[next(kinds)]);
+    std::vector<std::string_view> made;
+    size_t at = 0;
+    for (const LineHunk& hunk : DiffLines(a, b)) {
+      ASSERT_LE(at, hunk.a_first);
+      made.insert(made.end(), a.begin() + static_cast<ptrdiff_t>(at),
+                  a.begin() + static_cast<ptrdiff_t>(hunk.a_first));
+      made.insert(made.end(), b.begin() + static_cast<ptrdiff_t>(hunk.b_first),
+                  b.begin() + static_cast<ptrdiff_t>(hunk.b_end));
+      at = hunk.a_end;
+    }
+    made.insert(made.end(), a.begin() + static_cast<ptrdiff_t>(at), a.end());
+    ASSERT_EQ(b, made);
+  }
+}
+
+class ToolCommands : public FileTree {};
+
+struct CommandCase {
+  const char* script;
+  int status;
+  const char* out;  // begins like this; nullptr: not looked at
+  const char* err;  // the same
+};
+constexpr CommandCase COMMANDS[] = {
+    {"quillo -noxdr a.mac && quillo-tools decompile a.cm", 0,
+     "! quillo -noxdr a.mac\nPROGRAM p;\n\nPRINT 1;\n", ""},
+    {"quillo-tools match a.mac a.cm", 0, "yes\n", ""},
+    {"quillo-tools match b.mac a.cm", 1,
+     "no\nmain program: statement changed\n  - PRINT 2;\n  + PRINT 1;\n", ""},
+    {"quillo-tools match none.mac a.cm", 2, "", "file 'none.mac' not found"},
+    // A source that people wrote stays; one that came from here does not.
+    {"quillo-tools decompile -o . a.cm", 2, "",
+     "quillo-tools: a.cm: './a.mac' was not written by decompile"},
+    {"mkdir d && quillo-tools decompile -o d a.cm && "
+     "quillo-tools decompile -o d a.cm && cat d/a.mac && "
+     "cd d && quillo -noxdr a.mac && cmp a.cm ../a.cm",
+     0, "! quillo -noxdr a.mac\nPROGRAM p;\n\nPRINT 1;\n", ""},
+    {"quillo -t 1 i.mac && quillo-tools decompile i.cm", 1, "",
+     "quillo-tools: i.cm: the source needs 1 include files"},
+    {"quillo-tools decompile -o d i.cm && cd d && quillo -t 1 i.mac && "
+     "cmp i.cm ../i.cm",
+     0, "", ""},
+    {"quillo-tools decompile b.mac", 2, "",
+     "quillo-tools: b.mac: not a compiled file"},
+    {"quillo-tools diff --json a.cm a.cm", 0, "{\"version\":1,\"same\":true,",
+     ""},
+    {"quillo b.mac; quillo-tools diff a.cm b.cm", 1, nullptr, ""},
+    {"quillo-tools diff a.cm none.cm", 2, "", "quillo-tools: cannot read"},
+};
+
+TEST_F(ToolCommands, DoWhatTheyShould) {
+  write("a.mac", "PROGRAM p; PRINT 1;\n");
+  write("b.mac", "PROGRAM p; PRINT 2;\n");
+  write("i.mac", "PROGRAM p; INCLUDE \"i.inc\"; PRINT 1;\n");
+  write("i.inc", "SUB s\n\nPRINT 2;\nSUBEND\n");
+  for (const CommandCase& row : COMMANDS) {
+    const RunResult run = RunShell(row.script);
+    EXPECT_EQ(row.status, run.status) << row.script << run.err;
+    if (row.out != nullptr) {
+      EXPECT_EQ(row.out, run.out.substr(0, std::string(row.out).size()))
+          << row.script;
+    }
+    EXPECT_TRUE(run.err.starts_with(row.err)) << run.err;
+  }
+}
+
+// What the documents show: blocks "text NAME" are files, "sh" runs, "output" is
+// what came out.
+TEST_F(ToolCommands, DoWhatTheDocumentsShow) {
+  for (const char* document :
+       {"README.md", "docs/decompiling.md", "docs/version-control.md"}) {
+    std::istringstream lines(
+        ReadWhole(std::string(SOURCE_DIRECTORY "/") + document).value());
+    std::string kind, block;
+    RunResult run = {0, "", ""};
+    bool tools = false;
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("## ")) tools = line.find("lost") != line.npos;
+      if (std::string(document) == "README.md" && !tools) continue;
+      if (!line.starts_with("```")) {
+        block += line + "\n";
+        continue;
+      }
+      if (kind.starts_with("text ")) write(kind.substr(5), block);
+      if (kind == "sh") {
+        run = RunShell(block);
+        EXPECT_EQ("", run.err) << document;
+      }
+      if (kind == "output") {
+        EXPECT_EQ(block, run.out) << document;
+      }
+      kind = kind.empty() ? line.substr(3) : "";
+      block.clear();
+    }
+  }
+}
+
+}  // namespace
