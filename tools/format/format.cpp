@@ -1,9 +1,9 @@
 // quillo-tools format: what happens to each source, and what is said about it.
 //
-// The layout of a text without errors is final. Where a text has errors, its
-// structure is a guess, in which line ends take part; so the result is laid out
-// again until it does not change any more. A text for which that does not come
-// to an end stays as it is.
+// A layout must not have anything to change about its own result. Where a text
+// has errors, its structure is a guess, in which line ends take part; so the
+// result is laid out again until it does not change any more. A text for which
+// that does not come to an end stays as it is.
 #include "tools/format/format.h"
 
 #include <cstdio>
@@ -33,17 +33,15 @@ Formatted FormatSource(const std::string& name, std::string text,
   result.text = FormatLayout(tree, style);
   options.form = tree.form;
   SyntaxTree after = SyntaxParse(name, result.text, options);
-  if (!tree.errors.empty()) {
-    for (int round = 0;; round++) {
-      std::string again = FormatLayout(after, style);
-      if (again == result.text) break;
-      if (round == ROUNDS) {
-        result.text = tree.text();
-        return result;
-      }
-      result.text = std::move(again);
-      after = SyntaxParse(name, result.text, options);
+  for (int round = 0;; round++) {
+    std::string again = FormatLayout(after, style);
+    if (again == result.text) break;
+    if (round == ROUNDS) {
+      result.text = tree.text();
+      return result;
     }
+    result.text = std::move(again);
+    after = SyntaxParse(name, result.text, options);
   }
   if (result.text == tree.text()) return result;
   result.refusal = FormatDifference(tree, after, files);

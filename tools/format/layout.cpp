@@ -258,9 +258,10 @@ class Layout {
 
   // Whether two tokens of a mask stand side by side.
   static bool sticks(int last, int next) {
-    return next == TOKEN_SEMICOLON || next == TOKEN_COMMA ||
-           next == TOKEN_LEFT_PAREN || next == TOKEN_RIGHT_PAREN ||
-           last == TOKEN_LEFT_PAREN;
+    if (next == TOKEN_SEMICOLON)
+      return last != TOKEN_LEFT_BRACE && last != TOKEN_RIGHT_BRACE;
+    return next == TOKEN_COMMA || next == TOKEN_LEFT_PAREN ||
+           next == TOKEN_RIGHT_PAREN || last == TOKEN_LEFT_PAREN;
   }
 
   // Whether what braces hold stands on one line and may stay there.
@@ -513,6 +514,10 @@ class Layout {
       if (!run.empty() && (facts.own_line_comment || facts.feeds > 1 ||
                            before_[run.back()].level != before.level))
         finish();
+      if (before_[token + 1].place == Place::KEPT) {
+        finish();
+        continue;
+      }
       longest = std::max<uint32_t>(longest, tree_.tokens[token].length);
       run.push_back(token);
     }
@@ -570,6 +575,8 @@ class Layout {
     }
     if (before.place == Place::NOTHING) return;
     note_break(token);
+    if (before.place == Place::MEMBER)
+      begin_statement(before.level * style_.indent);
     line_ += ' ';
     width_++;
   }
@@ -648,7 +655,8 @@ class Layout {
     if (first && LeadsList(t.kind)) list_column_ = width_ + 1;
     if (t.kind == TOKEN_LEFT_PAREN || t.kind == TOKEN_LEFT_BRACKET)
       columns_.push_back(width_);
-    if (width_ > style_.width) break_line();
+    while (width_ > style_.width && break_line()) {
+    }
   }
 
   // What is left behind the last token.
@@ -686,13 +694,22 @@ class Layout {
     column_ = column;
   }
 
-  // The column in which a broken line goes on.
-  uint32_t continuation() const {
-    const uint32_t column = !columns_.empty()   ? columns_.back()
-                            : list_column_ != 0 ? list_column_
-                                                : column_ + 2 * style_.indent;
-    if (column + 24 > style_.width) return column_ + 2 * style_.indent;
-    return column;
+  // The column in which a broken line goes on: behind the last parenthesis that
+  // is open, below the first element of a list, or to the right.
+  uint32_t wanted_continuation() const {
+    return !columns_.empty()   ? columns_.back()
+           : list_column_ != 0 ? list_column_
+                               : column_ + 2 * style_.indent;
+  }
+  // That, unless there would be little room left.
+  uint32_t limited(uint32_t column) const {
+    return column + 24 > style_.width ? column_ + 2 * style_.indent : column;
+  }
+  uint32_t continuation() const { return limited(wanted_continuation()); }
+
+  // Members of an object go on where they began.
+  uint32_t column_of(const Break& place) const {
+    return place.cost == 0 ? place.column : limited(place.column);
   }
 
   void set_column(uint32_t column) {
@@ -741,15 +758,8 @@ class Layout {
 
   uint32_t source_column(uint32_t offset) const {
     const size_t feed = text_.rfind('\n', offset);
-    size_t at = feed == text_.npos ? 0 : feed + 1;
-    uint32_t column = 0;
-    for (; at < offset; at++) {
-      if (text_[at] == '\t')
-        column += 8 - column % 8;
-      else if ((text_[at] & 0xC0) != 0x80)
-        column++;
-    }
-    return column;
+    const size_t begin = feed == text_.npos ? 0 : feed + 1;
+    return WidthOf(text_.substr(begin, offset - begin));
   }
 
   void note_break(uint32_t token) {
@@ -771,22 +781,23 @@ class Layout {
     cost += 4 * static_cast<uint32_t>(columns_.size());
     const uint32_t column = before_[token].place == Place::MEMBER
                                 ? before_[token].level * style_.indent
-                                : continuation();
+                                : wanted_continuation();
     breaks_.push_back({line_.size(), column, cost});
   }
 
-  // Moves the end of a line that is too long into a new one.
-  void break_line() {
+  // Moves the end of a line that is too long into a new one. False when there
+  // is no place for that.
+  bool break_line() {
     const Break* best = nullptr;
     for (const Break& place : breaks_) {
       if (place.cost >= 1000 && width_ < LONGEST_LINE) continue;
       if (best == nullptr || place.cost <= best->cost) best = &place;
     }
-    if (best == nullptr || best->column >= best->at) {
-      if (width_ < LONGEST_LINE) return;
-      if (best == nullptr) return;
+    if (best == nullptr || column_of(*best) >= best->at) {
+      if (width_ < LONGEST_LINE || best == nullptr) return false;
     }
-    const Break chosen = *best;
+    Break chosen = *best;
+    chosen.column = column_of(chosen);
     const std::string rest = line_.substr(chosen.at + 1);
     line_.resize(chosen.at);
     // Columns behind the break move.
@@ -799,7 +810,7 @@ class Layout {
     std::vector<Break> later;
     for (Break place : breaks_)
       if (place.at > chosen.at) {
-        if (place.column >= moved && place.cost >= 4)
+        if (place.cost >= 4 && place.column >= moved)
           place.column = place.column - moved + chosen.column;
         place.at = place.at - chosen.at - 1 + chosen.column;
         later.push_back(place);
@@ -813,6 +824,7 @@ class Layout {
     line_ += rest;
     width_ = chosen.column + WidthOf(rest);
     breaks_ = std::move(later);
+    return true;
   }
 
   static constexpr uint32_t FARTHEST_COMMENT = 48;
