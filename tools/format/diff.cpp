@@ -32,7 +32,12 @@ struct Change {
 class Differ {
  public:
   Differ(std::string_view before, std::string_view after)
-      : a_(LinesOf(before)), b_(LinesOf(after)) {}
+      : a_(LinesOf(before)), b_(LinesOf(after)) {
+    a_end_ = a_.size();
+    b_end_ = b_.size();
+    while (a_end_ > 0 && b_end_ > 0 && a_[a_end_ - 1] == b_[b_end_ - 1])
+      a_end_--, b_end_--;
+  }
 
   std::string run(std::string_view name) {
     find_changes();
@@ -54,31 +59,30 @@ class Differ {
   void find_changes() {
     size_t a = 0;
     size_t b = 0;
-    while (a < a_.size() || b < b_.size()) {
-      if (a < a_.size() && b < b_.size() && a_[a] == b_[b]) {
+    while (a < a_end_ || b < b_end_) {
+      if (a < a_end_ && b < b_end_ && a_[a] == b_[b]) {
         a++, b++;
         continue;
       }
-      Change change = {a, a_.size(), b, b_.size()};
+      Change change = {a, a_end_, b, b_end_};
       // The nearest pair of equal lines, empty ones excluded.
-      for (size_t sum = 1; sum <= 2 * WINDOW && change.a_end == a_.size();
-           sum++)
+      for (size_t sum = 1; sum <= 2 * WINDOW && change.a_end == a_end_; sum++)
         for (size_t i = sum > WINDOW ? sum - WINDOW : 0;
              i <= std::min(sum, WINDOW); i++) {
           const size_t j = sum - i;
-          if (a + i >= a_.size() || b + j >= b_.size()) continue;
+          if (a + i >= a_end_ || b + j >= b_end_) continue;
           if (a_[a + i] != b_[b + j] || a_[a + i].size() < 4) continue;
           change.a_end = a + i;
           change.b_end = b + j;
           break;
         }
-      if (change.a_end == a_.size()) {
+      if (change.a_end == a_end_) {
         // Nothing near: these lines have changed, whatever follows.
-        change.a_end = std::min(a + WINDOW, a_.size());
-        change.b_end = std::min(b + WINDOW, b_.size());
-        if (change.a_end == a_.size() || change.b_end == b_.size()) {
-          change.a_end = a_.size();
-          change.b_end = b_.size();
+        change.a_end = std::min(a + WINDOW, a_end_);
+        change.b_end = std::min(b + WINDOW, b_end_);
+        if (change.a_end == a_end_ || change.b_end == b_end_) {
+          change.a_end = a_end_;
+          change.b_end = b_end_;
         }
       }
       a = change.a_end;
@@ -124,6 +128,7 @@ class Differ {
   }
 
   std::vector<std::string_view> a_, b_;
+  size_t a_end_, b_end_;  // behind them the texts are equal
   std::vector<Change> changes_;
 };
 

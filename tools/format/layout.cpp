@@ -28,6 +28,7 @@ struct Before {
   Place place = Place::BLANK;
   uint8_t pad = 0;     // columns of the token, filled up with blanks
   uint16_t level = 0;  // of a LINE
+  bool unary = false;  // the token is a sign
 };
 
 bool IsObject(int symbol) {
@@ -206,8 +207,10 @@ class Layout {
         if (token >= braces_.back().end) braces_.pop_back();
       }
       if (token == 0) before.place = Place::LINE;
+      const SyntaxNode& innermost = tree_.nodes[open_.back().node];
+      before.unary = innermost.symbol == SYMBOL_expression &&
+                     innermost.first_token == token;
       before_[token] = before;
-      last_level_ = before.place == Place::LINE ? before.level : last_level_;
     }
   }
 
@@ -387,16 +390,14 @@ class Layout {
       default: break;
     }
     if (last == TOKEN_COLON) return Place::NOTHING;
-    if (node.symbol == SYMBOL_key) return Place::NOTHING;
+    if (node.symbol == SYMBOL_key && token != node.first_token)
+      return Place::NOTHING;
     if ((last == TOKEN_MINUS || last == TOKEN_PLUS) && is_unary(token - 1))
       return Place::NOTHING;
     return Place::BLANK;
   }
 
-  bool is_unary(uint32_t token) const {
-    const SyntaxNode& node = tree_.nodes[tree_.node_of(token)];
-    return node.symbol == SYMBOL_expression && node.first_token == token;
-  }
+  bool is_unary(uint32_t token) const { return before_[token].unary; }
 
   // What stays --------------------------------------------------------------
 
@@ -465,9 +466,11 @@ class Layout {
       if (t.begin - begin <= 1 && !(t.begin > begin && text_[begin] != ' '))
         continue;
       SyntaxGap gap(tree_, token);
+      bool same_line = false;  // as a stray character
       for (SyntaxTrivia piece = gap.next(); piece != SyntaxTrivia::END;
            piece = gap.next()) {
-        if (piece == SyntaxTrivia::STRAY) keep_line(token);
+        if (piece == SyntaxTrivia::STRAY) keep(token), same_line = true;
+        if (piece == SyntaxTrivia::LINE_FEED) same_line = false;
         if (!marked || piece != SyntaxTrivia::COMMENT) continue;
         if (says(gap.text(), "format off")) {
           off = true;
@@ -476,6 +479,8 @@ class Layout {
           off = false;
         }
       }
+      // It may be a quote that is not closed on this line.
+      if (same_line) keep_line(token);
     }
   }
 
@@ -844,7 +849,6 @@ class Layout {
   std::vector<Before> before_;  // by token
   std::vector<Open> open_;
   std::vector<Braces> braces_;
-  uint16_t last_level_ = 0;
 
   std::string out_;
   std::string line_;    // being written

@@ -145,7 +145,9 @@ struct SyntaxTree {
     const uint32_t before = previous(token);
     return before == SYNTAX_NONE ? 0 : tokens[before].end();
   }
-  // The innermost node that has the token as its child.
+  // The innermost node that has the token as its child. Takes time in
+  // proportion to the depth of the nodes in front of it: whoever asks for many
+  // tokens should walk the tree.
   uint32_t node_of(uint32_t token) const;
 };
 
