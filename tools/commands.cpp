@@ -13,6 +13,8 @@ void AddDecompile(CLI::App* app, int* status);
 void AddDiff(CLI::App* app, int* status);
 void AddMatch(CLI::App* app, int* status);
 void AddFormat(CLI::App* app, int* status);
+void AddCheck(CLI::App* app, int* status);
+void AddExplain(CLI::App* app, int* status);
 
 namespace {
 
@@ -27,6 +29,14 @@ constexpr ToolCommand COMMANDS[] = {
     AddAssemble,     //
     AddDiff,         //
     AddMatch,        //
+    AddValidate,
+    AddDump,
+    AddDecompile,
+    AddDiff,
+    AddMatch,
+    AddFormat,
+    AddCheck,
+    AddExplain,
     nullptr,
 };
 

@@ -34,5 +34,7 @@ struct ToolFinding {
   std::string message;
   std::string hint;  // empty: none
   int code = 0;      // that the compiler gives; 0: none
+  // The compiler refuses the source because of it: nobody can switch it off.
+  bool refused = false;
   std::vector<ToolRelated> related;
 };
