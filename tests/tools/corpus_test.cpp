@@ -96,7 +96,7 @@ TEST(CheckCorpus, EveryFaultIsFoundAtItsPlaceAndNothingElse) {
     }
   }
   RecordProperty("rows", static_cast<int>(rows));
-  EXPECT_GE(rows, 100U);
+  EXPECT_GE(rows, 300U);
 }
 
 }  // namespace

@@ -734,7 +734,7 @@ void Repair::collect(const CheckToken& error) {
   }
   if (error.kind != TOKEN_END_OF_INPUT) {
     const bool light =
-        error.kind == TOKEN_SEMICOLON || error.kind == TOKEN_COMMA ||
+        error.kind == TOKEN_COMMA ||
         error.kind == TOKEN_RIGHT_PAREN || error.kind == TOKEN_RIGHT_BRACE ||
         error.kind == TOKEN_RIGHT_BRACKET;
     consider({Change::TAKE_OUT, 0, 1, {}, light ? 3 : 5, false, ""});
