@@ -21,6 +21,8 @@ namespace {
 constexpr ToolCommand COMMANDS[] = {
     AddCompile,      //
     AddDeps,         //
+    AddCheck,        //
+    AddExplain,      //
     AddFormat,       //
     AddValidate,     //
     AddDump,         //
@@ -29,14 +31,6 @@ constexpr ToolCommand COMMANDS[] = {
     AddAssemble,     //
     AddDiff,         //
     AddMatch,        //
-    AddValidate,
-    AddDump,
-    AddDecompile,
-    AddDiff,
-    AddMatch,
-    AddFormat,
-    AddCheck,
-    AddExplain,
     nullptr,
 };
 
