@@ -33,6 +33,10 @@ TEST(Header, IsReadAndJudged) {
         << hex;
     uint8_t first = 0;  // the body begins right behind the header
     EXPECT_EQ(code == 0, XdUChar(&xd, &first) && first == 0x5A);
+    const char version[] = {char(xd.maVers), char(xd.miVers),
+                            char(xd.Sub_vers)};
+    EXPECT_EQ(code == 0 ? bytes.substr(3, 3) : std::string(3, '\0'),
+              std::string(version, 3));
   }
   XdHeader header;
   EXPECT_EQ(XdReadHeader("\xEE", &header), 6199);
