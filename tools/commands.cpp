@@ -31,6 +31,8 @@ constexpr ToolCommand COMMANDS[] = {
     AddAssemble,     //
     AddDiff,         //
     AddMatch,        //
+    AddCheck,        //
+    AddExplain,      //
     nullptr,
 };
 
