@@ -1,11 +1,14 @@
 // The walk over compiled files, and what validate finds in damaged ones.
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
 #include <set>
+#include <sstream>
 
 #include "tests/smith/random.h"
 #include "tests/tools/compiled_files.h"
 #include "tools/compiled/check.h"
+#include "tools/dump.h"
 
 namespace {
 
@@ -71,6 +74,44 @@ TEST(Compiled, FilesOfTheCompilerAreSoundAndCovered) {
       end += field.value.length;
     }
     EXPECT_EQ(row.bytes.size(), end) << row.name;
+  }
+}
+
+// The bytes that stand in the lines of a printed file.
+std::string PrintedBytes(const std::string& text) {
+  std::string hex;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (line[0] == '!') continue;
+    // Two digits, a blank, and so on, up to two blanks.
+    for (size_t at = 10; at + 1 < line.size() && line[at] != ' '; at += 3)
+      hex += line.substr(at, 2);
+  }
+  return hex;
+}
+
+// Whether a file can be read to its end or not.
+TEST(Compiled, DumpPrintsEveryByteOnce) {
+  for (const CompiledCase& row : FullCases()) {
+    for (size_t size = 0; size <= row.bytes.size();
+         size += size < 90 ? 1 : 37) {
+      const std::string bytes = row.bytes.substr(0, size);
+      ToolText text, json, hex;
+      EXPECT_EQ(ToolDumpText(bytes, &text), ToolDumpJson("a", bytes, &json));
+      hex.hex_bytes(bytes);
+      ASSERT_TRUE(text.finish() && json.finish() && hex.finish());
+      EXPECT_EQ(hex.text, PrintedBytes(text.text)) << row.name << " " << size;
+      const auto parsed = nlohmann::json::parse(json.text);
+      std::string all;
+      for (const auto& field : parsed["fields"]) {
+        EXPECT_EQ(all.size(), 2 * field["offset"].get<size_t>());
+        all += field["bytes"].get<std::string>();
+      }
+      EXPECT_EQ(all.size(), 2 * parsed["rest"]["offset"].get<size_t>());
+      all += parsed["rest"]["bytes"].get<std::string>();
+      EXPECT_EQ(hex.text, all) << row.name << " " << size;
+      EXPECT_EQ(1, parsed["version"]);
+    }
   }
 }
 
