@@ -33,6 +33,8 @@ constexpr ToolCommand COMMANDS[] = {
     AddMatch,        //
     AddCheck,        //
     AddExplain,      //
+    AddCheck,
+    AddExplain,
     nullptr,
 };
 
