@@ -22,6 +22,8 @@ namespace {
 
 // Faults of a file whose effect alone the compiler is asked about.
 constexpr size_t TRIED_APART = 40;
+constexpr size_t TRIED_BYTES = size_t{1} << 26;  // of all its compiles
+constexpr size_t MOST_FINDINGS = 5000;           // of a file
 constexpr size_t MOST_REPAIRS = 300;
 
 // The name of the module that takes in a file of SUBs to check it.
@@ -190,7 +192,8 @@ void Check::add_faults() {
       finding.code = rule != nullptr ? rule->code : 0;
       // Whether the compiler minds this one alone.
       finding.refused = fault.refused || source.hopeless;
-      if (!finding.refused && original_.refused() && tried++ < TRIED_APART)
+      if (!finding.refused && original_.refused() && tried++ < TRIED_APART &&
+          tried * main_->source.raw.size() < TRIED_BYTES)
         finding.refused = refuses(files_.repaired(&source, &fault));
       add(std::move(finding));
     }
@@ -362,6 +365,17 @@ void Check::apply_settings() {
 void Check::finish() {
   auto& findings = result_.findings;
   apply_settings();
+  if (findings.size() > MOST_FINDINGS) {
+    // The compiler's own are not left out.
+    std::ranges::stable_partition(findings, &ToolFinding::refused);
+    const size_t left_out = findings.size() - MOST_FINDINGS;
+    findings.resize(MOST_FINDINGS);
+    ToolFinding note;
+    note.place.file = name_;
+    note.severity = ToolSeverity::NOTE;
+    note.message = std::to_string(left_out) + " further findings";
+    add(std::move(note));
+  }
   std::ranges::stable_sort(findings, [](const auto& a, const auto& b) {
     return std::tie(a.place.file, a.place.line, a.place.column) <
            std::tie(b.place.file, b.place.line, b.place.column);

@@ -12,10 +12,12 @@ namespace {
 
 class Collector : public McReportSink {
  public:
-  explicit Collector(std::vector<CheckReport>* reports) : reports_(reports) {}
+  explicit Collector(CheckOutcome* outcome) : outcome_(outcome) {}
   void watch(const McSource* source) { source_ = source; }
 
   void report(const McReport& report) override {
+    outcome_->error_count += report.kind == McReportKind::ERROR;
+    if (outcome_->reports.size() == MOST_REPORTS) return;
     CheckReport made = {
         report.kind, report.code, std::string(report.text), "", 0, 0, true};
     while (made.text.ends_with('\n')) made.text.pop_back();
@@ -32,11 +34,13 @@ class Collector : public McReportSink {
                           : static_cast<size_t>(static_cast<const char*>(feed) -
                                                 cursor.next);
     }
-    reports_->push_back(std::move(made));
+    outcome_->reports.push_back(std::move(made));
   }
 
  private:
-  std::vector<CheckReport>* reports_;
+  static constexpr size_t MOST_REPORTS = 20000;
+
+  CheckOutcome* outcome_;
   const McSource* source_ = nullptr;
 };
 
@@ -49,18 +53,14 @@ UtPtr<McSrcBytes> CheckProvider::open(const char* name) {
 }
 
 size_t CheckOutcome::errors() const {
-  const auto errors = static_cast<size_t>(
-      std::ranges::count_if(reports, [](const CheckReport& report) {
-        return report.kind == McReportKind::ERROR;
-      }));
-  return errors == 0 && code != RC_OK ? 1 : errors;
+  return error_count == 0 && code != RC_OK ? 1 : error_count;
 }
 
 CheckOutcome CheckCompile(const CheckTexts& texts, const std::string& name,
                           CheckKind kind) {
   CheckOutcome outcome;
   CheckProvider provider(&texts);
-  Collector collector(&outcome.reports);
+  Collector collector(&outcome);
   McRun run;
   McFront front(&run, &provider, &collector);
   outcome.code =

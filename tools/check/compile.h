@@ -34,8 +34,9 @@ struct CheckReport {
 };
 
 struct CheckOutcome {
-  int code = 0;  // exit status
-  std::vector<CheckReport> reports;
+  int code = 0;                      // exit status
+  std::vector<CheckReport> reports;  // of very many the first ones
+  size_t error_count = 0;            // of all reports
 
   // It ended with a code, or said that there was an error.
   bool refused() const { return errors() > 0; }

@@ -734,9 +734,8 @@ void Repair::collect(const CheckToken& error) {
   }
   if (error.kind != TOKEN_END_OF_INPUT) {
     const bool light =
-        error.kind == TOKEN_COMMA ||
-        error.kind == TOKEN_RIGHT_PAREN || error.kind == TOKEN_RIGHT_BRACE ||
-        error.kind == TOKEN_RIGHT_BRACKET;
+        error.kind == TOKEN_COMMA || error.kind == TOKEN_RIGHT_PAREN ||
+        error.kind == TOKEN_RIGHT_BRACE || error.kind == TOKEN_RIGHT_BRACKET;
     consider({Change::TAKE_OUT, 0, 1, {}, light ? 3 : 5, false, ""});
     if (!history_.empty() && kind_at(-1) != TOKEN_END)
       consider(

@@ -171,6 +171,10 @@ ToolRange CheckSource::range(size_t begin, size_t end) const {
 
 CheckFault* CheckSource::add(const char* rule, size_t begin, size_t end,
                              std::string message, std::string hint) {
+  if (faults.size() == MOST_FAULTS) {
+    left_out_ = {};
+    return &left_out_;
+  }
   faults.push_back({rule,
                     std::move(message),
                     std::move(hint),

@@ -61,7 +61,7 @@ struct CheckSource {
   size_t size() const { return text.size() - MC_SRC_PADDING; }
 
   // Adds a fault; and the repair of one, which replaces the text from `begin`
-  // to `end`.
+  // to `end`. Of very many faults the first ones are kept.
   CheckFault* add(const char* rule, size_t begin, size_t end,
                   std::string message, std::string hint = "");
   void repair(CheckFault* fault, size_t begin, size_t end, std::string by);
@@ -69,6 +69,9 @@ struct CheckSource {
  private:
   void mend();
 
+  static constexpr size_t MOST_FAULTS = 2000;
+
+  CheckFault left_out_;  // stands for those that are not kept
   std::string mended_raw_;
   std::unique_ptr<CheckLines> raw_lines_, mended_lines_, lines_;
 };

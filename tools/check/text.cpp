@@ -1,13 +1,14 @@
-// An edited text is never far from the one before: places are traced by going
-// through the edits, of which there are few.
+// Sorted edits know where they are in both texts, so that a place is traced by
+// bisection.
 #include "tools/check/text.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "tools/findings/columns.h"
 
 void CheckEdits::add(size_t begin, size_t end, std::string text) {
-  edits_.push_back({begin, end, std::move(text), edits_.size()});
+  edits_.push_back({begin, end, std::move(text), edits_.size(), 0});
 }
 
 void CheckEdits::sort() {
@@ -21,6 +22,12 @@ void CheckEdits::sort() {
     kept.push_back(std::move(edit));
   }
   edits_ = std::move(kept);
+  size_t made = 0, origin = 0;
+  for (CheckEdit& edit : edits_) {
+    edit.made = made + (edit.begin - origin);
+    made = edit.made + edit.text.size();
+    origin = edit.end;
+  }
 }
 
 std::string CheckEdits::apply(std::string_view text, size_t without) const {
@@ -38,19 +45,14 @@ std::string CheckEdits::apply(std::string_view text, size_t without) const {
 }
 
 size_t CheckEdits::before(size_t offset) const {
-  size_t made = 0;    // how far the text made has come
-  size_t origin = 0;  // and the text before
-  for (const CheckEdit& edit : edits_) {
-    const size_t kept = edit.begin - origin;
-    if (offset <= made + kept) break;
-    made += kept;
-    origin = edit.begin;
-    if (offset < made + edit.text.size())
-      return std::min(edit.begin + (offset - made), edit.end);
-    made += edit.text.size();
-    origin = edit.end;
-  }
-  return origin + (offset - made);
+  // The last edit whose text begins in front of the place.
+  const auto behind =
+      std::ranges::lower_bound(edits_, offset, {}, &CheckEdit::made);
+  if (behind == edits_.begin()) return offset;
+  const CheckEdit& edit = *std::prev(behind);
+  const size_t into = offset - edit.made;
+  if (into < edit.text.size()) return std::min(edit.begin + into, edit.end);
+  return edit.end + (into - edit.text.size());
 }
 
 CheckLines::CheckLines(std::string_view text) : text_(text) {

@@ -17,6 +17,7 @@ struct CheckEdit {
   size_t begin, end;  // bytes that are replaced
   std::string text;
   size_t number;  // of the edit, in the order in which they were added
+  size_t made;    // where `text` begins in the text that the edits make
 };
 
 // Edits of one text. They do not overlap.
