@@ -24,6 +24,8 @@ constexpr ToolCommand COMMANDS[] = {
     AddCheck,        //
     AddExplain,      //
     AddFormat,       //
+    AddCheck,        //
+    AddExplain,      //
     AddValidate,     //
     AddDump,         //
     AddDecompile,    //
