@@ -37,6 +37,7 @@ constexpr ToolCommand COMMANDS[] = {
     AddExplain,      //
     AddCheck,
     AddExplain,
+    AddFormat,       //
     nullptr,
 };
 

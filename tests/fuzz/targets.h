@@ -45,6 +45,14 @@ void FuzzCompiledFile(const uint8_t* bytes, size_t size);
 // The text form of a compiled file. What it gives can be read.
 void FuzzAssembly(const uint8_t* bytes, size_t size);
 
+// A source that compiles comes back from what it is compiled into; a file of
+// either kind, if it has a source, compiles to itself.
+void FuzzDecompile(const uint8_t* bytes, size_t size);
+void FuzzDecompileFile(const uint8_t* bytes, size_t size);
+
+// Two files behind each other, compared.
+void FuzzDiffFile(const uint8_t* bytes, size_t size);
+
 struct FuzzTargetRow {
   const char* name;
   FuzzTarget run;
@@ -64,4 +72,7 @@ inline constexpr FuzzTargetRow FUZZ_TARGETS[] = {
     {"program_file_tools", FuzzCompiledFile},
     {"mask_file_tools", FuzzCompiledFile},
     {"assembly", FuzzAssembly},
+    {"program_file_source", FuzzDecompileFile},
+    {"mask_file_source", FuzzDecompileFile},
+    {"program_file_diff", FuzzDiffFile},
 };

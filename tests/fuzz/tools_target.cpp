@@ -35,10 +35,9 @@ void FuzzDecompile(const uint8_t* bytes, size_t size) {
       compile.front.parse.trace_level = trace;
       if (CompileInput(&compile, name, bytes, size) != RC_OK) continue;
       const bool masks = name[3] == 's';
-      const std::string made = masks
-                                   ? Written(&compile.masks, XD_TRANSPORT_PLAIN)
-                                   : Written(&compile.program,
-                                             XD_TRANSPORT_PLAIN);
+      const std::string made =
+          masks ? Written(&compile.masks, XD_TRANSPORT_PLAIN)
+                : Written(&compile.program, XD_TRANSPORT_PLAIN);
       FUZZ_CHECK(Decompile(made, "a").outcome == DecompileOutcome::GIVEN);
       CheckText(made);
     }
