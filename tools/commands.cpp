@@ -24,8 +24,6 @@ constexpr ToolCommand COMMANDS[] = {
     AddCheck,        //
     AddExplain,      //
     AddFormat,       //
-    AddCheck,        //
-    AddExplain,      //
     AddValidate,     //
     AddDump,         //
     AddDecompile,    //
@@ -33,11 +31,6 @@ constexpr ToolCommand COMMANDS[] = {
     AddAssemble,     //
     AddDiff,         //
     AddMatch,        //
-    AddCheck,        //
-    AddExplain,      //
-    AddCheck,
-    AddExplain,
-    AddFormat,       //
     nullptr,
 };
 
