@@ -288,30 +288,31 @@ void SyntaxParser::run() {
   finish();
 }
 
-// Puts the root on top and brings the nodes into their final order. A node that
-// is number i with parents last, has s nodes in its subtree and d above it, is
-// number i - s + 1 + d with parents first.
+// Puts the root on top and brings the nodes into their final order, in their
+// place. A node that is number i with parents last, has s nodes in its subtree
+// and d above it, is number i - s + 1 + d with parents first. Until the nodes
+// are there, their field `parent` holds that number.
 void SyntaxParser::finish() {
-  std::vector<SyntaxNode> made;
   at_ = static_cast<uint32_t>(tree_->tokens.size()) - 1;
   add_node(SYMBOL_input, 0, 0, 0);
-  made.swap(tree_->nodes);
-  tree_->nodes.resize(made.size());
-  struct Open {
-    uint32_t first;  // of its subtree, with parents last
-    uint32_t number;
-  };
-  std::vector<Open> open;
-  for (auto i = static_cast<uint32_t>(made.size()); i-- > 0;) {
-    SyntaxNode node = made[i];
-    const uint32_t size = node.end;
-    while (!open.empty() && open.back().first > i) open.pop_back();
-    const auto depth = static_cast<uint32_t>(open.size());
-    const uint32_t number = i - size + 1 + depth;
-    node.parent = open.empty() ? SYNTAX_NONE : open.back().number;
-    node.end = number + size;
-    tree_->nodes[number] = node;
-    open.push_back({i - size + 1, number});
+  std::vector<SyntaxNode>& nodes = tree_->nodes;
+  const auto count = static_cast<uint32_t>(nodes.size());
+  std::vector<uint32_t>
+      open;  // first nodes of the subtrees round a node, then the nodes
+  for (uint32_t i = count; i-- > 0;) {
+    const uint32_t first = i - nodes[i].end + 1;
+    while (!open.empty() && open.back() > i) open.pop_back();
+    nodes[i].parent = first + static_cast<uint32_t>(open.size());
+    open.push_back(first);
+  }
+  for (uint32_t i = 0; i < count; i++)
+    while (nodes[i].parent != i) std::swap(nodes[i], nodes[nodes[i].parent]);
+  open.clear();
+  for (uint32_t i = 0; i < count; i++) {
+    while (!open.empty() && nodes[open.back()].end <= i) open.pop_back();
+    nodes[i].parent = open.empty() ? SYNTAX_NONE : open.back();
+    nodes[i].end += i;
+    open.push_back(i);
   }
   std::stable_sort(tree_->errors.begin(), tree_->errors.end(),
                    [](const SyntaxError& a, const SyntaxError& b) {
