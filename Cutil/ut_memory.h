@@ -95,10 +95,10 @@ class UtBlock {
 };
 
 // Makes a block of `old_bytes` bytes, or none, at least `*bytes` bytes long and
-// tells how long it is now. From 256 KiB on such a block is a mapping of its own,
-// in large pages where the system has them: it grows without being copied, and
-// filling it costs few page faults. UtFreeGrown, with the length that it has,
-// ends it. Throws bad_alloc with the block as it was.
+// tells how long it is now. From 256 KiB on such a block is a mapping of its
+// own, in large pages where the system has them: it grows without being copied,
+// and filling it costs few page faults. UtFreeGrown, with the length that it
+// has, ends it. Throws bad_alloc with the block as it was.
 [[nodiscard]] void* UtGrow(void* block, size_t old_bytes, size_t* bytes);
 void UtFreeGrown(void* block, size_t bytes);
 
