@@ -30,6 +30,10 @@ CommandOption OptionOf(const CLI::Option& option) {
   for (const std::string& name : option.get_lnames())
     row.names.push_back("--" + name);
   if (option.get_type_size() != 0) TakeType(option.get_type_name(), &row);
+  // What the library calls a value for which its author has no name.
+  if (row.value == "TEXT")
+    row.value = row.names.empty() ? option.get_name() : "NAME";
+  if (row.value == "UINT" || row.value == "INT") row.value = "N";
   row.meaning = option.get_description();
   row.required = option.get_required();
   row.many = option.get_items_expected_max() > 1;

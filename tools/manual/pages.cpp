@@ -28,6 +28,10 @@ std::string AsTitle(std::string text) {
 
 std::string AsSentence(std::string text) {
   while (text.ends_with('\n')) text.pop_back();
+  // A list of words that are to be typed stays as it is.
+  if (!text.empty() && !text.substr(0, text.find(' ')).ends_with(','))
+    text[0] =
+        static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
   if (!text.empty() && text.back() != '.') text += ".";
   return text;
 }
