@@ -101,7 +101,7 @@ const char* OperatorText(uint8_t op) {
   switch (op) {
 #define MC_OPERATOR(number, name, text) \
   case number:                          \
-    return number == MC_RANGE ? nullptr : text;
+    return (number) == MC_RANGE ? nullptr : (text);
 #include "elut/model/operators.def"
 #undef MC_OPERATOR
   }

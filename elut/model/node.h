@@ -58,7 +58,7 @@ inline constexpr McPayload MC_KIND_PAYLOADS[] = {
 
 // Operators of OPERA, and of ASSIGN where not 0.
 enum McOperator : uint8_t {
-#define MC_OPERATOR(number, name, text) MC_##name = number,
+#define MC_OPERATOR(number, name, text) MC_##name = (number),
 #include "elut/model/operators.def"
 #undef MC_OPERATOR
 };

@@ -97,7 +97,7 @@ McName* TakeName(McTokenStrings* strings, UtArena* arena) {
 McName* AddName(McTokenStrings* strings, UtArena* arena, const Wanted& wanted,
                 int token) {
   strings->names.make_room(FIRST_SLOTS);
-  McName* name = ::new (TakeName(strings, arena)) McName{};
+  McName* name = new (TakeName(strings, arena)) McName{};
   memcpy(name->key, wanted.key, sizeof name->key);
   name->length = static_cast<uint32_t>(wanted.length);
   name->token = static_cast<uint8_t>(token);
