@@ -11,13 +11,10 @@
 namespace {
 
 constexpr uint32_t SLOT_STEP = 64;
-constexpr uint32_t TEXT_STEP = 5632;
 constexpr uint32_t LARGEST_COUNT = UINT32_MAX - 2 * SLOT_STEP;
-constexpr uint32_t LARGEST_TEXT = UINT32_MAX - TEXT_STEP;
+constexpr uint32_t LARGEST_TEXT = UINT32_MAX - POOL_TEXT_STEP;
 
 constexpr uint16_t RECORD_VERSION = 1;
-constexpr uint32_t KNOWN_FLAGS =
-    POOL_OWN_TEXTS | POOL_UNIQUE | POOL_KEEP_COUNTS;
 
 bool OwnsTexts(const StringPool* pool) {
   return (pool->flags & POOL_OWN_TEXTS) != 0;
@@ -122,7 +119,7 @@ void Reserve(UtVector<T>* vector, size_t more) {
 // The capacity that a buffer gets when it has to hold `used` bytes. It always
 // stays larger than these.
 uint32_t CapacityFor(uint32_t used) {
-  return (used / TEXT_STEP + 1) * TEXT_STEP;
+  return (used / POOL_TEXT_STEP + 1) * POOL_TEXT_STEP;
 }
 
 // Gives slot `id` a place of `need` bytes in the buffer. There is memory for
@@ -319,7 +316,7 @@ bool RecordBuffer(XdStream* xd, StringPool* pool) {
   if (!XdULong(xd, &used)) return false;
   if (!XdULong(xd, &pool->text_capacity)) return false;
   if (xd->direction == XD_DECODE) {
-    if (used > pool->text_capacity || pool->text_capacity % TEXT_STEP != 0)
+    if (used > pool->text_capacity || pool->text_capacity % POOL_TEXT_STEP != 0)
       return XdFail(xd, "a capacity that no string pool has");
     if (!XdCountFits(xd, used, 1)) return false;
     pool->text.resize(used);
@@ -344,7 +341,7 @@ bool RecordPool(XdStream* xd, StringPool* pool) {
   uint32_t flags = pool->flags;
   if (!XdULong(xd, &flags)) return false;
   if (xd->direction == XD_DECODE) {
-    if ((flags & ~KNOWN_FLAGS) != 0)
+    if ((flags & ~POOL_KNOWN_FLAGS) != 0)
       return XdFail(xd, "flags that no string pool has");
     if (!XdCountFits(xd, count, sizeof(uint32_t))) return false;
     pool->flags = flags;

@@ -31,6 +31,9 @@ enum StringPoolFlags : uint32_t {
   POOL_UNIQUE = 0x4,      // adding a text that is present returns its slot ...
   POOL_KEEP_COUNTS = 0x8  // ... and leaves its reference count as it is
 };
+constexpr uint32_t POOL_KNOWN_FLAGS =
+    POOL_OWN_TEXTS | POOL_UNIQUE | POOL_KEEP_COUNTS;
+constexpr uint32_t POOL_TEXT_STEP = 5632;  // by which the shared buffer grows
 
 // The text of a slot is there while `references` and `reserved` are not 0.
 struct StringPoolSlot {

@@ -9,10 +9,6 @@
 
 namespace {
 
-constexpr uint8_t EXTERNAL_CALL = 0x80;  // bit of a call's kind byte
-constexpr uint8_t HAS_RANGE = 0x01;
-constexpr uint8_t HAS_DIMS = 0x02;
-
 // A record routine sees the program through this: where what is read goes, and
 // what the trees refer to that is read only after them.
 struct Body {

@@ -31,6 +31,12 @@
 #include "elut/model/program.h"
 #include "util/XD_main.h"
 
+// Bits of a variable's flags.
+constexpr uint8_t HAS_RANGE = 0x01;
+constexpr uint8_t HAS_DIMS = 0x02;
+// Bit in the kind of a call of another module's SUB.
+constexpr uint8_t EXTERNAL_CALL = 0x80;
+
 // Writes `program` to `path`, as a module when it has no main body; a
 // `transport` of 1 is XDR, 4 is plain. A file that could not be completed is
 // not put there (ut_file.h). Returns 0, RC_CANNOT_CREATE, RC_INVALID for

@@ -367,7 +367,9 @@ void Check::finish() {
   apply_settings();
   if (findings.size() > MOST_FINDINGS) {
     // The compiler's own are not left out.
-    std::ranges::stable_partition(findings, &ToolFinding::refused);
+    std::stable_partition(
+        findings.begin(), findings.end(),
+        [](const ToolFinding& finding) { return finding.refused; });
     const size_t left_out = findings.size() - MOST_FINDINGS;
     findings.resize(MOST_FINDINGS);
     ToolFinding note;

@@ -12,6 +12,7 @@
 #include "Cutil/codes.h"
 #include "elut/compile/builtins.h"
 #include "elut/files/mask_file.h"
+#include "elut/files/program_file.h"
 #include "elut/model/mask_objects.h"
 #include "elut/model/program.h"
 #include "tools/compiled/assembly.h"
@@ -21,11 +22,6 @@
 #include "util/xd_header.h"
 
 namespace {
-
-constexpr uint8_t HAS_RANGE = 0x01;
-constexpr uint8_t HAS_DIMS = 0x02;
-constexpr uint32_t EXTERNAL_CALL = 0x80;
-constexpr uint32_t TEXT_STEP = 5632;
 
 // Names of a program ----------------------------------------------------------
 
@@ -392,7 +388,7 @@ void Assembler::pool() {
     }
     auto used = static_cast<uint32_t>(texts.size());
     if (!capacity_given && used > 0)
-      capacity = (used / TEXT_STEP + 1) * TEXT_STEP;
+      capacity = (used / POOL_TEXT_STEP + 1) * POOL_TEXT_STEP;
     u32(used);
     u32(capacity);
     char* block = texts.data();
@@ -586,8 +582,6 @@ struct OperatorNames {
   }
 };
 constexpr OperatorNames OPERATORS;
-constexpr const char* UNARY_OPERATORS[] = {"value", "plus", "minus"};
-constexpr const char* MEMBERS[] = {"X", "Y", "Z"};
 
 void Assembler::node() {
   uint32_t kind = 0;

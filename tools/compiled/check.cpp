@@ -11,18 +11,13 @@
 #include "Cutil/codes.h"
 #include "Cutil/ut_chars.h"
 #include "elut/compile/builtins.h"
+#include "elut/files/program_file.h"
 #include "elut/model/mask_objects.h"
 #include "elut/model/program.h"
 #include "tools/compiled/tables.h"
 
 namespace {
 
-constexpr uint8_t HAS_RANGE = 0x01;
-constexpr uint8_t HAS_DIMS = 0x02;
-constexpr uint8_t EXTERNAL_CALL = 0x80;
-constexpr uint32_t TEXT_STEP = 5632;  // by which the buffer of a pool grows
-constexpr uint32_t KNOWN_FLAGS =
-    POOL_OWN_TEXTS | POOL_UNIQUE | POOL_KEEP_COUNTS;
 constexpr std::string_view SIGILS = "$%&@";
 constexpr uint8_t LAST_ASSIGNMENT = MC_MULTIPLY;  // *=
 
@@ -452,7 +447,8 @@ void Checker::pool_field(const CompiledValue& value) {
     case CompiledField::POOL_FLAGS:
       pool_flags_ = number;
       require(number == POOL_UNIQUE,
-              (number & ~KNOWN_FLAGS) != 0 ? UNREADABLE : UNSOUND, value, "4");
+              (number & ~POOL_KNOWN_FLAGS) != 0 ? UNREADABLE : UNSOUND, value,
+              "4");
       break;
     case CompiledField::SLOT_REFERENCES:
       require(number != 0, UNSOUND, value, "1 or more");
@@ -513,8 +509,9 @@ void Checker::pool_field(const CompiledValue& value) {
       break;
     case CompiledField::TEXT_CAPACITY: {
       const uint64_t capacity =
-          used_ == 0 ? 0 : (uint64_t{used_} / TEXT_STEP + 1) * TEXT_STEP;
-      const bool readable = number % TEXT_STEP == 0 && number >= used_;
+          used_ == 0 ? 0
+                     : (uint64_t{used_} / POOL_TEXT_STEP + 1) * POOL_TEXT_STEP;
+      const bool readable = number % POOL_TEXT_STEP == 0 && number >= used_;
       require(number == capacity, readable ? UNSOUND : UNREADABLE, value,
               std::to_string(capacity));
       break;

@@ -7,6 +7,7 @@
 #include "Cutil/ut_hash.h"
 #include "Cutil/ut_index.h"
 #include "elut/compile/builtins.h"
+#include "elut/files/program_file.h"
 #include "elut/model/mask_objects.h"
 #include "elut/model/program.h"
 #include "tools/compiled/assembly.h"
@@ -15,9 +16,6 @@
 
 namespace {
 
-constexpr uint8_t HAS_RANGE = 0x01;
-constexpr uint8_t HAS_DIMS = 0x02;
-constexpr uint32_t TEXT_STEP = 5632;
 constexpr size_t DEEPEST_INDENT = 24;
 
 // A reference shows names up to this length: the same one may be referred to a
@@ -370,7 +368,9 @@ void Disassembler::pool_field(const CompiledValue& value) {
       break;
     case CompiledField::TEXT_USED: used_ = number; break;
     case CompiledField::TEXT_CAPACITY:
-      unless(used_ == 0 ? 0 : (uint64_t{used_} / TEXT_STEP + 1) * TEXT_STEP,
+      unless(used_ == 0
+                 ? 0
+                 : (uint64_t{used_} / POOL_TEXT_STEP + 1) * POOL_TEXT_STEP,
              "capacity");
       break;
     case CompiledField::TEXT_BUFFER:
@@ -674,11 +674,9 @@ void Disassembler::node(const CompiledNode& node) {
       out_->put(' ');
       out_->decimal(bits.number());
       break;
-    case McNodeKind::REFER: {
-      constexpr const char* MEMBERS[] = {"X", "Y", "Z"};
+    case McNodeKind::REFER:
       code(bits.scope() < 3 ? MEMBERS[bits.scope()] : nullptr, bits.scope());
       break;
-    }
     case McNodeKind::EXTERN:
       refer(slots_[bits.number()], bits.number(),
             tables().slots[bits.number()].text);

@@ -15,8 +15,6 @@ namespace {
 constexpr size_t SHOWN_CHARACTERS = 40;
 
 constexpr const char* FILE_KINDS[] = {nullptr, "program", "module", "masks"};
-constexpr const char* UNARY_OPERATORS[] = {"value", "plus", "minus"};
-constexpr const char* MEMBERS[] = {"X", "Y", "Z"};
 
 void PutText(ToolOutput* out, std::string_view text) {
   out->quoted(text.substr(0, SHOWN_CHARACTERS));

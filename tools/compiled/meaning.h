@@ -14,6 +14,9 @@ void CompiledMeaning(const CompiledWalk& walk, const CompiledValue& value,
 void CompiledMeaning(const CompiledWalk& walk, const CompiledNode& node,
                      ToolOutput* out);
 
+inline constexpr const char* UNARY_OPERATORS[] = {"value", "plus", "minus"};
+inline constexpr const char* MEMBERS[] = {"X", "Y", "Z"};
+
 // The name of an operator, of a variable scope, of a member; nullptr for codes
 // that do not exist.
 const char* CompiledOperator(uint8_t op);

@@ -9,6 +9,7 @@
 
 #include "Cutil/codes.h"
 #include "elut/files/mask_file.h"
+#include "elut/files/program_file.h"
 #include "elut/model/mask_objects.h"
 #include "elut/model/program.h"
 #include "tools/compiled/tables.h"
@@ -57,10 +58,6 @@ constexpr uint64_t CALL_BYTES = 3;
 constexpr uint64_t ATTRIBUTE_BYTES = 5;
 constexpr uint64_t HANDLER_BYTES = 9;
 constexpr uint64_t EDITOR_BYTES = 1;
-
-constexpr uint8_t HAS_RANGE = 0x01;
-constexpr uint8_t HAS_DIMS = 0x02;
-constexpr uint8_t EXTERNAL_CALL = 0x80;
 
 constexpr auto INTEGER_TYPE = static_cast<uint32_t>(McValueType::INTEGER);
 constexpr auto REAL_TYPE = static_cast<uint32_t>(McValueType::REAL);

@@ -11,6 +11,7 @@
 #include "Cutil/ut_chars.h"
 #include "elut/compile/builtins.h"
 #include "elut/grammar.h"
+#include "tools/compiled/meaning.h"
 #include "tools/decompile/spelling.h"
 
 namespace {
@@ -1146,8 +1147,8 @@ void ProgramWalk::members(const Todo& todo) {
   const McNode& node = at(todo.node);
   if (node.kind() != McNodeKind::REFER)
     refuse("a subscript behind a coordinate");
-  static constexpr const char* MEMBERS[] = {".X", ".Y", ".Z"};
   if (node.scope() > 2) refuse("a coordinate that there is not");
+  put(".");
   put(MEMBERS[node.scope()]);
   push({.step = Step::MEMBERS, .node = next(todo.node), .end = todo.end});
   if (node.is_leaf()) return;
