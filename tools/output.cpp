@@ -37,8 +37,8 @@ void ToolOutput::put(std::string_view text) {
       return;
     }
   }
-  memcpy(buffer_.data() + used_, text.data(), text.size());
-  used_ += text.size();
+  // An empty text may point nowhere, which memcpy does not take.
+  used_ += text.copy(buffer_.data() + used_, text.size());
 }
 
 void ToolOutput::decimal(uint64_t number) {
