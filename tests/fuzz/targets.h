@@ -53,6 +53,11 @@ void FuzzDecompileFile(const uint8_t* bytes, size_t size);
 // Two files behind each other, compared.
 void FuzzDiffFile(const uint8_t* bytes, size_t size);
 
+// A source; the check reports an error just when the compiler does, and what is
+// laid out is laid out.
+void FuzzCheck(const uint8_t* bytes, size_t size);
+void FuzzFormat(const uint8_t* bytes, size_t size);
+
 struct FuzzTargetRow {
   const char* name;
   FuzzTarget run;
