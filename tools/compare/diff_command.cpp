@@ -34,7 +34,7 @@ int Run(const Options& options) {
 void AddDiff(CLI::App* app, int* status) {
   const auto options = std::make_shared<Options>();
   CLI::App* command = app->add_subcommand(
-      "diff", "Tell what changed between two compiled files.");
+      "diff", "Tell what changed between two compiled files");
   command->add_flag("--json", options->json, "JSON instead of text");
   command->add_option("A", options->a, "compiled file")->required();
   command->add_option("B", options->b, "another one")->required();

@@ -97,7 +97,7 @@ int DecompileFile(const Options& options, const std::string& file) {
 void AddDecompile(CLI::App* app, int* status) {
   const auto options = std::make_shared<Options>();
   CLI::App* command = app->add_subcommand(
-      "decompile", "Write the source that compiles to the same bytes.");
+      "decompile", "Write the source that compiles to the same bytes");
   command
       ->add_option("-o", options->directory,
                    "write BASE.mac or BASE.msk, and what it includes, to DIR")

@@ -224,7 +224,7 @@ int Run(const Options& options) {
 
 void AddFormat(CLI::App* app, int* status) {
   CLI::App* command = app->add_subcommand(
-      "format", "Lay sources out: blanks, lines and indentation.");
+      "format", "Lay sources out: blanks, lines and indentation");
   const auto options = std::make_shared<Options>();
   command
       ->add_option("SOURCE", options->sources,
