@@ -271,30 +271,31 @@ void AddCheck(CLI::App* app, int* status) {
       "check", "Find faults in sources, and say where and what to do");
   command
       ->add_option("SOURCE", options->sources,
-                   "programs, modules, masks, include files; of a directory "
+                   "Programs, modules, masks, include files; of a directory "
                    "all .mac, .msk and .inc in it")
       ->required();
   command->add_option("--format", options->format, TOOL_FORMAT_NAMES);
   command->add_option("--max-errors", options->most_errors,
-                      "show so many errors at most (100)");
+                      "Show so many errors at most (100)");
   command
       ->add_option("-W,--warn", options->warn,
-                   "switch a rule on, as a warning; \"all\" for all of them")
+                   "Switch a rule on, as a warning; \"all\" for all of them")
       ->allow_extra_args(false);
-  command->add_option("--no-rule", options->off, "switch a rule off")
+  command->add_option("--no-rule", options->off, "Switch a rule off")
       ->allow_extra_args(false);
-  command->add_option("--error", options->error, "make a rule an error")
+  command->add_option("--error", options->error, "Make a rule an error")
       ->allow_extra_args(false);
   command->add_option("--baseline", options->baseline,
-                      "a file of known findings, which are not shown");
+                      "A file of known findings, which are not shown");
   command->add_flag("--write-baseline", options->write_baseline,
-                    "write what is found to the baseline");
-  command->add_option("--color", options->color, "auto, always or never")
+                    "Write what is found to the baseline");
+  command
+      ->add_option("--color", options->color, "Colours: auto, always or never")
       ->check(CLI::IsMember({"auto", "always", "never"}));
-  command->add_flag("--quiet", options->quiet, "show errors only, no summary");
+  command->add_flag("--quiet", options->quiet, "Show errors only, no summary");
   command->add_flag("--fix", options->fix,
-                    "mend what can be mended safely, and say what");
+                    "Mend what can be mended safely, and say what");
   command->add_option("-j,--jobs", options->jobs,
-                      "sources checked at the same time (one per core)");
+                      "Sources checked at the same time (one per core)");
   command->callback([options, status] { *status = Check(*options); });
 }

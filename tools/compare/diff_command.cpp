@@ -36,7 +36,7 @@ void AddDiff(CLI::App* app, int* status) {
   CLI::App* command = app->add_subcommand(
       "diff", "Tell what changed between two compiled files");
   command->add_flag("--json", options->json, "JSON instead of text");
-  command->add_option("A", options->a, "compiled file")->required();
-  command->add_option("B", options->b, "another one")->required();
+  command->add_option("A", options->a, "Compiled file")->required();
+  command->add_option("B", options->b, "Another one")->required();
   command->callback([options, status] { *status = Run(*options); });
 }

@@ -86,7 +86,7 @@ void AddMatch(CLI::App* app, int* status) {
   const auto options = std::make_shared<Options>();
   CLI::App* command = app->add_subcommand(
       "match", "Tell whether a source and a compiled file belong together");
-  command->add_option("SOURCE", options->source, "source")->required();
-  command->add_option("FILE", options->file, "compiled file")->required();
+  command->add_option("SOURCE", options->source, "Source")->required();
+  command->add_option("FILE", options->file, "Compiled file")->required();
   command->callback([options, status] { *status = Run(*options); });
 }

@@ -100,12 +100,12 @@ void AddDecompile(CLI::App* app, int* status) {
       "decompile", "Write the source that compiles to the same bytes");
   command
       ->add_option("-o", options->directory,
-                   "write BASE.mac or BASE.msk, and what it includes, to DIR")
+                   "Write BASE.mac or BASE.msk, and what it includes, to DIR")
       ->type_name("DIR")
       ->check(CLI::ExistingDirectory);
   command->add_flag("--force", options->force,
-                    "also replace sources that decompile has not written");
-  command->add_option("FILE", options->files, "compiled files (.cm, .cg)")
+                    "Also replace sources that decompile has not written");
+  command->add_option("FILE", options->files, "Compiled files (.cm, .cg)")
       ->required();
   command->callback([options, status] {
     for (const std::string& file : options->files)

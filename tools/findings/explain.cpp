@@ -73,10 +73,10 @@ void AddExplain(CLI::App* app, int* status) {
   CLI::App* command = app->add_subcommand(
       "explain", "Say what a finding or an exit code means");
   command->add_option("RULE|CODE", options->what,
-                      "as in the brackets of check");
-  command->add_flag("--list", options->list, "all of them");
+                      "As in the brackets of check");
+  command->add_flag("--list", options->list, "All of them");
   command->add_option("--pages", options->pages,
-                      "write a page of documentation for each rule to a "
+                      "Write a page of documentation for each rule to a "
                       "directory");
   command->callback([options, status] {
     *status = options->pages.empty() ? Explain(options->what, options->list)
