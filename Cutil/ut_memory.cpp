@@ -143,7 +143,9 @@ void UtExpectBytes(size_t bytes) {
   mallopt(M_TOP_PAD, static_cast<int>(bytes));
   mallopt(M_TRIM_THRESHOLD, INT32_MAX);
   mallopt(M_MMAP_THRESHOLD, static_cast<int>(LARGEST_THRESHOLD));
-  void* block = malloc(LARGE_BLOCK / 8);
+  // More than the C library may have left of its first step, so that the heap
+  // is extended now, and can be advised on.
+  void* block = malloc(LARGE_BLOCK);
   char* end = static_cast<char*>(sbrk(0));
   const size_t ahead = bytes / LARGE_PAGE * LARGE_PAGE;
   const size_t after = reinterpret_cast<uintptr_t>(end) % LARGE_PAGE;
