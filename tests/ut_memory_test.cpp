@@ -1,6 +1,7 @@
 #include "Cutil/ut_memory.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -57,6 +58,16 @@ TEST(UtMemory, RecordsStayInARow) {
   pool.release();
   EXPECT_EQ(0U, pool.count());
 }
+
+#ifndef __SANITIZE_ADDRESS__
+// Advice on large pages only counts for a heap that is there.
+TEST(UtMemory, ExpectedBytesExtendTheHeapAtOnce) {
+  constexpr size_t BYTES = size_t{16} << 20;
+  const char* before = static_cast<char*>(sbrk(0));
+  UtExpectBytes(BYTES);
+  EXPECT_GE(static_cast<char*>(sbrk(0)) - before, ptrdiff_t{BYTES});
+}
+#endif
 
 // Tables use the lowest bits. Once they knew little of the last bytes of a
 // word, and names of eight characters that end in numbers all met.
