@@ -270,7 +270,10 @@ class Repair {
   void collect_ends();
   void collect_constructs();
   void collect_foreign(const CheckToken& error);
-  void consider(Change change) { changes_.push_back(std::move(change)); }
+  void consider(Change change) {
+    if (change.back <= static_cast<size_t>(-back_limit()))
+      changes_.push_back(std::move(change));
+  }
   const std::vector<int>& states_at(size_t back);
   size_t progress(const Change& change, size_t limit);
   size_t advance(const Change& change, size_t limit);
@@ -283,9 +286,14 @@ class Repair {
                : ahead_[std::min(static_cast<size_t>(at), ahead_.size() - 1)];
   }
   int kind_at(ptrdiff_t at) const { return near(at).kind; }
+  // How far tokens can be gone back: to the first stack that was kept since the
+  // first token of the history. Where that was gone back before, it may be no
+  // token at all.
   ptrdiff_t back_limit() const {
-    return -static_cast<ptrdiff_t>(
-        std::min(history_.size(), HISTORY - SNAPSHOT));
+    for (const auto& [count, stack] : snapshots_)
+      if (count + history_.size() >= count_)
+        return static_cast<ptrdiff_t>(count) - static_cast<ptrdiff_t>(count_);
+    return 0;
   }
   ptrdiff_t statement_start() const;
 
