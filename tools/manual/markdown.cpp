@@ -211,7 +211,8 @@ class Converter {
       rows.push_back(Cells(line()));
     if (rows.size() < 3) return;
     separate();
-    out_ += ".TS\n";
+    // Terminals have no pages that a cell would have to fit on.
+    out_ += ".TS\nnokeep nowarn;\n";
     for (size_t i = 0; i < rows[0].size(); i++)
       out_ += i + 1 < rows[0].size() ? "l " : "lx.\n";
     for (size_t row = 0; row < rows.size(); row++) {
