@@ -85,6 +85,9 @@ TEST_F(Catalog, FallsBackPlaceByPlace) {
   set_environment("HD_LA", "fr");
   set_environment("HD_VE", "1600");
   EXPECT_EQ("fr", find(2));
+  // A setting that is empty is no part of a path.
+  write("msg/de/cad.txt", H + "2 of no version\n");
+  write("1600/msg/cad.txt", H + "2 of no language\n");
   for (const char* name : {"HD_LA", "HD_VE"}) {
     set_environment(name, "");
     EXPECT_EQ("-", find(2)) << name;
