@@ -215,6 +215,12 @@ const char* CatalogSet::lookup(const char* name, int number,
   return default_text != nullptr ? default_text : numbered_text(name, number);
 }
 
+bool CatalogSet::has(const char* language, const char* name, int number) {
+  take_settings();
+  return *name != '\0' && !version_.empty() &&
+         module_of(language, name)->contains(number);
+}
+
 const char* CatalogSet::expand_reference(const char* text) {
   const size_t length = strnlen(text, LONGEST_REFERENCE + 1);
   if (text[0] != REFERENCE_MARK || length > LONGEST_REFERENCE) return text;

@@ -47,6 +47,10 @@ class CatalogSet {
   [[nodiscard]] const char* lookup(const char* name, int number,
                                    const char* default_text);
 
+  // Whether the catalog of a language has the message itself, whatever language
+  // answers for it. Throws bad_alloc.
+  [[nodiscard]] bool has(const char* language, const char* name, int number);
+
   // The message that a reference stands for. A reference is what MSGGET leaves
   // in a program: catalog name, number and default text between bytes 4,
   //

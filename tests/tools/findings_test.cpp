@@ -49,6 +49,37 @@ TEST_F(RuleExamples, GiveTheFindingAndCorrectedOnesNone) {
   }
 }
 
+TEST_F(RuleExamples, AMessageIsLookedUpInEveryLanguageAtHand) {
+  set_environment("HD_U", root().c_str());
+  set_environment("HD_VE", "1700");
+  set_environment("HD_LA", "de");
+  const std::string header = "1 TRT 1 : MMSGID 950:Messages\n";
+  write("1700/msg/en/a.txt", header + "3 three\n");
+  write("1700/msg_c/de/a.txt", header + "3 drei\n4 vier\n");
+  write("1700/msg/fr/a.txt", header + "5 cinq\n");
+  const struct {
+    const char* text;
+    const char* message;  // "" for none
+  } rows[] = {
+      {"MSGGET(\"a.txt\", 3, \"x\")", ""},
+      {"MSG(\"a.txt\", 4)", "message 4 of \"a.txt\" is missing in en, fr"},
+      {"MSG(\"x\", \"a.txt\", 5)",
+       "message 5 of \"a.txt\" is missing in de, en"},
+      {"MSG(\"a.txt\", 6)", "no catalog has message 6 of \"a.txt\""},
+      {"MSG(\"b.txt\", 3)", "no catalog has message 3 of \"b.txt\""},
+  };
+  CheckSettings settings;
+  settings.catalogs = CheckCatalogs::of_environment();
+  for (const auto& row : rows) {
+    std::string messages;
+    const std::string source = std::string("PROGRAM x;\nPRINT ") + row.text;
+    for (const ToolFinding& finding :
+         CheckOne("a.mac", {{"a.mac", source + ";\n"}}, settings).findings)
+      messages += finding.message;
+    EXPECT_EQ(messages, row.message) << row.text;
+  }
+}
+
 TEST(Rules, ExamplesOfCodesGiveThem) {
   for (const ToolCode& code : ToolCodes()) {
     const ToolRule* rule = ToolFindRule(code.rule);

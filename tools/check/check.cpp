@@ -308,9 +308,7 @@ void Check::add_lint(const CheckTexts& texts) {
       CheckSeverity(settings_, "real-equality") != ToolSeverity::OFF;
   if (settings_.catalogs != nullptr &&
       CheckSeverity(settings_, "unknown-message") != ToolSeverity::OFF)
-    questions.has_message = [&](const std::string& name, int number) {
-      return settings_.catalogs->has(name, number);
-    };
+    questions.catalogs = settings_.catalogs.get();
   LintResult lint = Lint(tree, names, questions);
   const auto range = [&](uint32_t first, uint32_t last) {
     const std::string& name = tree.files[tree.file_of(first)].name;
@@ -463,21 +461,6 @@ CheckResult Check::run() {
 }
 
 }  // namespace
-
-std::shared_ptr<CheckCatalogs> CheckCatalogs::of_environment() {
-  const char* root = EnvValue("HD_U");
-  return root == nullptr || *root == '\0' ? nullptr
-                                          : std::make_shared<CheckCatalogs>();
-}
-
-bool CheckCatalogs::has(const std::string& name, int number) {
-  const std::lock_guard lock(mutex_);
-  // What is not there is answered with its number and name.
-  char answer[64];
-  std::snprintf(answer, sizeof answer, "%4.4d %40.40s", number, name.c_str());
-  const std::string text = set_.lookup(name.c_str(), number, nullptr);
-  return text != answer;
-}
 
 ToolSeverity CheckSeverity(const CheckSettings& settings,
                            std::string_view rule) {

@@ -4,25 +4,12 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "tools/check/catalogs.h"
 #include "tools/check/compile.h"
 #include "tools/findings/finding.h"
-#include "trt/catalog.h"
-
-// The message catalogs of the installation, for several threads.
-class CheckCatalogs {
- public:
-  // nullptr when HD_U is not set: then nothing is known of an installation.
-  static std::shared_ptr<CheckCatalogs> of_environment();
-  bool has(const std::string& name, int number);
-
- private:
-  std::mutex mutex_;
-  CatalogSet set_;
-};
 
 struct CheckSettings {
   std::map<std::string, ToolSeverity, std::less<>> severities;  // by rule

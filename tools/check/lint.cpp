@@ -584,18 +584,23 @@ void Linter::expression(uint32_t number) {
 
 // MSG("file", 1), MSG("text", "file", 1), MSGGET("file", 1, "text")
 void Linter::message(uint32_t number) {
-  if (!questions_.has_message) return;
+  if (questions_.catalogs == nullptr) return;
   const SyntaxNode& at = node(number);
   for (uint32_t token = at.first_token + 1; token < at.token_end; token++) {
     if (kind(token) != TOKEN_ICONST) continue;
     const std::string name = text(token - 2);
     if (kind(token - 2) != TOKEN_SCONST || name.size() < 3) return;
     const auto value = constant({false, token});
-    if (questions_.has_message(name.substr(1, name.size() - 2),
-                               static_cast<int>(value.value_or(0))))
-      return;
-    add("unknown-message", token - 2, token,
-        "no catalog has message " + text(token) + " of " + name,
+    const std::vector<std::string> missing = questions_.catalogs->missing_in(
+        name.substr(1, name.size() - 2), static_cast<int>(value.value_or(0)));
+    if (missing.empty()) return;
+    std::string what = "no catalog has message " + text(token) + " of " + name;
+    if (missing.size() < questions_.catalogs->languages().size()) {
+      what = "message " + text(token) + " of " + name + " is missing in ";
+      for (const std::string& language : missing)
+        what += (language == missing.front() ? "" : ", ") + language;
+    }
+    add("unknown-message", token - 2, token, what,
         kind(at.first_token) == TOKEN_MSGGET
             ? "the text given with it is shown"
             : "its number and the name of the catalog are shown");

@@ -3,10 +3,10 @@
 // of a source without syntax errors and in its table of names.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "tools/check/catalogs.h"
 #include "tools/tree/syntax_names.h"
 #include "tools/tree/syntax_tree.h"
 
@@ -31,8 +31,7 @@ struct LintResult {
 struct LintQuestions {
   bool real_equality = false;  // that rule is on, which costs time
   uint32_t file = 0;           // of the tree, whose findings are asked for
-  // Whether a catalog has a message; nullptr: there is nobody to ask.
-  std::function<bool(const std::string& name, int number)> has_message;
+  CheckCatalogs* catalogs = nullptr;  // nullptr: there is nobody to ask
 };
 
 LintResult Lint(const SyntaxTree& tree, const SyntaxNames& names,
