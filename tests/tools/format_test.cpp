@@ -145,6 +145,21 @@ TEST_F(FormatCommand, DoesWhatItIsAskedFor) {
     EXPECT_EQ(run(wrong), 2) << wrong;
 }
 
+TEST_F(FormatCommand, AKillLeavesTheOldFileOrTheNewOne) {
+  std::string source = "PROGRAM p;\n";
+  for (int i = 0; i < 20000; i++) source += "PRINT  1,2;\n";
+  write("in", "");
+  write("old", source);
+  ASSERT_EQ(run("old"), 0);
+  const std::string loop =
+      "cd " + directory_ +
+      " && for i in $(seq -f %03g 2 3 90); do cp old c.mac;"
+      " timeout -s KILL 0.$i " TOOLS_BINARY
+      " format -i c.mac;"
+      " cmp -s c.mac old || cmp c.mac out || exit 1; done 2>/dev/null";
+  EXPECT_EQ(std::system(loop.c_str()), 0);
+}
+
 TEST_F(FormatCommand, FindsTheExamplesInOrder) {
   write("in", "");
   EXPECT_EQ(run("--check " SOURCE_DIRECTORY "/examples/*"), 0) << read("out");
