@@ -4,6 +4,7 @@
 #include "tools/tree/parse.h"
 
 #include <algorithm>
+#include <new>
 
 namespace {
 
@@ -105,6 +106,18 @@ SyntaxForm FindForm(const SyntaxFile& file) {
     if (form != SyntaxForm::AUTO) return form;
     if (scratch.tokens[0].kind == TOKEN_END_OF_INPUT)
       return SyntaxForm::PROGRAM;
+  }
+}
+
+// Makes room for as many elements as a text has bytes. Memory that nobody
+// writes to is only an address, while a vector that grows holds two copies for
+// a while.
+template <class Element>
+void MakeRoom(size_t text_size, std::vector<Element>* elements) {
+  try {
+    elements->reserve(text_size + 1);
+  } catch (const std::bad_alloc&) {
+    // Fewer will do.
   }
 }
 
@@ -324,6 +337,8 @@ SyntaxTree SyntaxParse(std::string name, std::string text,
                        const SyntaxOptions& options) {
   SyntaxTree tree;
   tree.form = options.form;
+  MakeRoom(text.size(), &tree.tokens);
+  MakeRoom(text.size(), &tree.nodes);
   tree.files.push_back({std::move(name), std::move(text)});
   McSrcFiles system;
   SyntaxOptions chosen = options;
