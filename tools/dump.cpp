@@ -8,6 +8,7 @@
 // every field is an element of its own.
 #include "tools/dump.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,8 +18,89 @@
 
 namespace {
 
-constexpr size_t LINE_BYTES = 16;   // of the file on one line
+constexpr size_t LINE_BYTES = ToolOutput::PLACE_BYTES;  // of the file on a line
 constexpr size_t HEX_COLUMNS = 19;  // that bytes take at least
+
+// What a kind of node adds to a path; copied with its fill, which is fast.
+constexpr size_t KIND_BYTES = 16;
+struct KindPart {
+  char text[KIND_BYTES] = {'/'};
+  size_t length = 1;
+};
+struct KindParts {
+  KindPart parts[MC_KIND_COUNT];
+  constexpr KindParts() {
+    for (unsigned kind = 0; kind < MC_KIND_COUNT; kind++) {
+      KindPart& part = parts[kind];
+      for (const char* c = MC_KIND_NAMES[kind]; *c != '\0'; c++)
+        part.text[part.length++] = *c;
+    }
+  }
+};
+constexpr KindParts KINDS;
+
+// The paths of what a walk comes across. Most have much in common with the one
+// before: those of the fields of a record, and those of a node and its parent.
+class Paths {
+ public:
+  // At the beginning of a tree.
+  void begin_tree(const CompiledWalk& walk) {
+    nodes_.clear();
+    walk.append_path(&nodes_);
+    ends_[0] = nodes_.size();
+    nodes_.resize(ends_[0] + CompiledWalk::SHOWN_NODES * KIND_BYTES);
+  }
+
+  // That of the record, with a "." behind it.
+  std::string_view record(const CompiledWalk& walk) {
+    if (record_changes_ != walk.record_changes()) {
+      record_.clear();
+      walk.append_path(&record_);
+      if (!record_.empty()) record_ += '.';
+      record_changes_ = walk.record_changes();
+    }
+    return record_;
+  }
+
+  // That of the node that the walk is at. The path of its parent is there
+  // still, unless some of its parts are left out.
+  std::string_view node(const CompiledWalk& walk) {
+    const auto& kinds = walk.kinds();
+    const size_t depth = kinds.size();
+    if (depth > CompiledWalk::SHOWN_NODES) return long_path(kinds);
+    const size_t parent = ends_[depth - 1];
+    const KindPart& part = KINDS.parts[kinds.back()];
+    memcpy(nodes_.data() + parent, part.text, KIND_BYTES);
+    ends_[depth] = parent + part.length;
+    return {nodes_.data(), ends_[depth]};
+  }
+
+ private:
+  std::string_view long_path(const UtVector<uint8_t>& kinds) {
+    constexpr size_t ENDS = CompiledWalk::SHOWN_ENDS;
+    constexpr size_t MOST_DIGITS = 20;
+    const size_t begin = ends_[ENDS];
+    long_.resize(begin + MOST_DIGITS + 3 + ENDS * KIND_BYTES);
+    char* next = long_.data();
+    memcpy(next, nodes_.data(), begin);
+    memcpy(next + begin, "/(", 2);
+    next += begin + 2;
+    next = std::to_chars(next, next + MOST_DIGITS, kinds.size() - 2 * ENDS).ptr;
+    *next++ = ')';
+    for (size_t i = kinds.size() - ENDS; i < kinds.size(); i++) {
+      const KindPart& part = KINDS.parts[kinds[i]];
+      memcpy(next, part.text, KIND_BYTES);
+      next += part.length;
+    }
+    return {long_.data(), static_cast<size_t>(next - long_.data())};
+  }
+
+  std::string record_;
+  uint64_t record_changes_ = UINT64_MAX;  // of the walk when it was made
+  std::string nodes_;  // of the node asked for last, and room
+  size_t ends_[CompiledWalk::SHOWN_NODES + 1] = {};  // by depth
+  std::string long_;
+};
 
 struct Dump {
   bool json = false;
@@ -31,9 +113,8 @@ class TextDump : public CompiledSink {
 
   void value(const CompiledValue& value) override {
     const uint64_t end = begin_line(value.offset, value.length);
-    path_.clear();
-    walk->append_path(&path_, value.field);
-    out_->put(path_);
+    out_->put(paths_.record(*walk));
+    out_->put(CompiledName(value.field));
     out_->put("  ");
     put(value);
     end_line(value.offset, value.length, end);
@@ -45,7 +126,7 @@ class TextDump : public CompiledSink {
                        : walk->transport() == XD_TRANSPORT_XDR ? 4
                                                                : 1);
     const uint64_t end = begin_line(node.offset, length);
-    put_node_path();
+    out_->put(paths_.node(*walk));
     out_->put("  ");
     CompiledMeaning(*walk, node, out_);
     end_line(node.offset, length, end);
@@ -53,16 +134,13 @@ class TextDump : public CompiledSink {
 
   void node_end(const CompiledValue& end) override {
     const uint64_t shown = begin_line(end.offset, end.length);
-    put_node_path();
+    out_->put(paths_.node(*walk));
     out_->put(".end");
     end_line(end.offset, end.length, shown);
   }
 
   void begin(CompiledRecord record) override {
-    if (record != CompiledRecord::TREE) return;
-    node_path_.clear();
-    walk->append_path(&node_path_);
-    path_ends_[0] = node_path_.size();
+    if (record == CompiledRecord::TREE) paths_.begin_tree(*walk);
   }
 
   void trouble(const CompiledTrouble& trouble) override {
@@ -104,23 +182,6 @@ class TextDump : public CompiledSink {
     }
   }
 
-  // The path of the node that the walk is at. That of its parent is there
-  // still, unless some of its parts are left out.
-  void put_node_path() {
-    const auto& kinds = walk->kinds();
-    const size_t depth = kinds.size();
-    if (depth > CompiledWalk::SHOWN_NODES) {
-      path_.clear();
-      walk->append_path(&path_);
-      return out_->put(path_);
-    }
-    node_path_.resize(path_ends_[depth - 1]);
-    node_path_ += '/';
-    node_path_ += MC_KIND_NAMES[kinds.back()];
-    path_ends_[depth] = node_path_.size();
-    out_->put(node_path_);
-  }
-
   void put(const CompiledValue& value) {
     switch (CompiledTypeOf(value.field)) {
       case CompiledType::TEXT:
@@ -145,9 +206,7 @@ class TextDump : public CompiledSink {
 
   std::string_view file_;
   ToolOutput* out_;
-  std::string path_;
-  std::string node_path_;  // of the node that was printed last
-  size_t path_ends_[CompiledWalk::SHOWN_NODES + 1] = {};  // by depth
+  Paths paths_;
 };
 
 class JsonDump : public CompiledSink {
@@ -155,14 +214,53 @@ class JsonDump : public CompiledSink {
   JsonDump(std::string_view file, ToolJson* json, std::string* findings)
       : file_(file), json_(json), findings_(findings) {}
 
+  void begin(CompiledRecord record) override {
+    if (record == CompiledRecord::TREE) paths_.begin_tree(*walk);
+  }
+
   void value(const CompiledValue& value) override {
+    put(value, paths_.record(*walk));
+  }
+
+  void node(const CompiledNode& node) override {
+    CompiledValue values[COMPILED_NODE_FIELDS];
+    const int count = CompiledNodeValues(walk->transport(), node, values);
+    node_path_ = paths_.node(*walk);
+    node_path_ += '.';
+    for (int i = 0; i < count; i++) put(values[i], node_path_);
+  }
+
+  void node_end(const CompiledValue& end) override {
+    node_path_ = paths_.node(*walk);
+    node_path_ += '.';
+    put(end, node_path_);
+  }
+
+  // They follow the fields.
+  void trouble(const CompiledTrouble& trouble) override {
+    ToolText text;
+    ToolJson json(&text);
+    json.begin_object();
+    json.key("offset").number(trouble.offset);
+    json.key("path").text(trouble.path);
+    json.key("found").text(trouble.found);
+    json.key("expected").text(trouble.expected);
+    json.end_object();
+    (void)text.finish();
+    if (!findings_->empty()) *findings_ += ',';
+    *findings_ += '\n' + text.text;
+    findings_->pop_back();
+  }
+
+ private:
+  void put(const CompiledValue& value, std::string_view path) {
     const CompiledType type = CompiledTypeOf(value.field);
     json_->begin_object();
     json_->key("offset").number(value.offset);
     json_->key("length").number(value.length);
     json_->key("bytes").hex_bytes(file_.substr(value.offset, value.length));
-    path_.clear();
-    walk->append_path(&path_, value.field);
+    path_ = path;
+    path_ += CompiledName(value.field);
     json_->key("path").text(path_);
     json_->key("type").text(CompiledTypeName(type));
     json_->key("value");
@@ -184,35 +282,11 @@ class JsonDump : public CompiledSink {
     json_->end_object();
   }
 
-  void node(const CompiledNode& node) override {
-    CompiledValue values[COMPILED_NODE_FIELDS];
-    const int count = CompiledNodeValues(walk->transport(), node, values);
-    for (int i = 0; i < count; i++) value(values[i]);
-  }
-
-  void node_end(const CompiledValue& end) override { value(end); }
-
-  // They follow the fields.
-  void trouble(const CompiledTrouble& trouble) override {
-    ToolText text;
-    ToolJson json(&text);
-    json.begin_object();
-    json.key("offset").number(trouble.offset);
-    json.key("path").text(trouble.path);
-    json.key("found").text(trouble.found);
-    json.key("expected").text(trouble.expected);
-    json.end_object();
-    (void)text.finish();
-    if (!findings_->empty()) *findings_ += ',';
-    *findings_ += '\n' + text.text;
-    findings_->pop_back();
-  }
-
- private:
   std::string_view file_;
   ToolJson* json_;
   std::string* findings_;
-  std::string path_;
+  Paths paths_;
+  std::string node_path_, path_;
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Numbers are formatted by the standard library's to_chars, straight into the
-// buffer: most of a large output is numbers.
+// Numbers are formatted straight into the buffer: most of a large output is
+// numbers.
 #include "tools/output.h"
 
 #include <algorithm>
@@ -14,6 +14,19 @@ namespace {
 
 constexpr char DIGITS[] = "0123456789abcdef";
 
+// Each byte as two digits and two blanks, so that one store writes them.
+struct ByteTexts {
+  char text[256][4];
+  constexpr ByteTexts() : text() {
+    for (int byte = 0; byte < 256; byte++) {
+      text[byte][0] = DIGITS[byte >> 4];
+      text[byte][1] = DIGITS[byte & 15];
+      text[byte][2] = text[byte][3] = ' ';
+    }
+  }
+};
+constexpr ByteTexts BYTES;
+
 }  // namespace
 
 // Output ----------------------------------------------------------------------
@@ -23,34 +36,32 @@ void ToolOutput::flush() {
   used_ = 0;
 }
 
-// Room for that many bytes, a few hundred at most.
-char* ToolOutput::room(size_t bytes) {
-  if (buffer_.size() - used_ < bytes) flush();
-  return buffer_.data() + used_;
+// A text that the rest of the buffer does not take.
+void ToolOutput::put_long(std::string_view text) {
+  flush();
+  if (text.size() > buffer_.size())
+    failed_ = failed_ || !write(text.data(), text.size());
+  else
+    put(text);
 }
 
-void ToolOutput::put(std::string_view text) {
-  if (text.size() > buffer_.size() - used_) {
-    flush();
-    if (text.size() > buffer_.size()) {
-      failed_ = failed_ || !write(text.data(), text.size());
-      return;
-    }
-  }
-  // An empty text may point nowhere, which memcpy does not take.
-  used_ += text.copy(buffer_.data() + used_, text.size());
-}
-
+// Most numbers have a few digits, for which this is faster than to_chars.
 void ToolOutput::decimal(uint64_t number) {
-  char* place = room(24);
-  used_ +=
-      static_cast<size_t>(std::to_chars(place, place + 24, number).ptr - place);
+  constexpr size_t MOST_DIGITS = 20;
+  char digits[2 * MOST_DIGITS] = {};
+  char* first = digits + MOST_DIGITS;
+  do {
+    *--first = static_cast<char>('0' + number % 10);
+    number /= 10;
+  } while (number != 0);
+  memcpy(room(MOST_DIGITS), first, MOST_DIGITS);
+  used_ += static_cast<size_t>(digits + MOST_DIGITS - first);
 }
 
 void ToolOutput::decimal(int64_t number) {
-  char* place = room(24);
-  used_ +=
-      static_cast<size_t>(std::to_chars(place, place + 24, number).ptr - place);
+  if (number < 0) put('-');
+  decimal(number < 0 ? 0 - static_cast<uint64_t>(number)
+                     : static_cast<uint64_t>(number));
 }
 
 void ToolOutput::hex(uint64_t number, unsigned digits) {
@@ -62,27 +73,23 @@ void ToolOutput::hex(uint64_t number, unsigned digits) {
 }
 
 void ToolOutput::hex_bytes(std::string_view bytes) {
-  for (const char c : bytes) {
-    const auto byte = static_cast<uint8_t>(c);
-    put(DIGITS[byte >> 4]);
-    put(DIGITS[byte & 15]);
-  }
+  for (const char c : bytes) put({BYTES.text[static_cast<uint8_t>(c)], 2});
 }
 
 void ToolOutput::place(uint64_t offset, std::string_view bytes,
                        size_t columns) {
   constexpr unsigned OFFSET_DIGITS = 8;  // files are smaller than 4 GiB
+  constexpr size_t WIDEST = 3 * PLACE_BYTES + 1;
   const size_t width = std::max(3 * bytes.size(), columns + 1) + 1;
-  char* next = room(OFFSET_DIGITS + 2 + width);
+  char* next = room(OFFSET_DIGITS + 2 + WIDEST);
   used_ += OFFSET_DIGITS + 2 + width;
-  memset(next, ' ', OFFSET_DIGITS + 2 + width);
-  for (unsigned i = OFFSET_DIGITS; i-- > 0; offset >>= 4)
-    next[i] = DIGITS[offset & 15];
-  next += OFFSET_DIGITS + 2;
+  for (unsigned i = OFFSET_DIGITS; i > 0; offset >>= 8)
+    memcpy(next + (i -= 2), BYTES.text[offset & 0xFF], 2);
+  next += OFFSET_DIGITS;
+  memset(next, ' ', 2 + WIDEST);
+  next += 2;
   for (const char c : bytes) {
-    const auto byte = static_cast<uint8_t>(c);
-    next[0] = DIGITS[byte >> 4];
-    next[1] = DIGITS[byte & 15];
+    memcpy(next, BYTES.text[static_cast<uint8_t>(c)], sizeof BYTES.text[0]);
     next += 3;
   }
 }
@@ -160,10 +167,10 @@ void ToolJson::value() {
 }
 
 ToolJson& ToolJson::key(const char* name) {
-  if (!first_) output_->put(',');
+  output_->put(first_ ? "\"" : ",\"");
   first_ = false;
-  characters(name);
-  output_->put(':');
+  output_->put(name);
+  output_->put("\":");
   keyed_ = true;
   return *this;
 }
@@ -203,18 +210,21 @@ void ToolJson::text(std::string_view bytes) {
 
 void ToolJson::characters(std::string_view bytes) {
   output_->put('"');
-  for (const char c : bytes) {
-    const auto byte = static_cast<uint8_t>(c);
+  size_t plain = 0;  // where what needs no change begins
+  for (size_t i = 0; i < bytes.size(); i++) {
+    const char c = bytes[i];
+    if (c >= ' ' && c <= '~' && c != '"' && c != '\\') continue;
+    output_->put(bytes.substr(plain, i - plain));
+    plain = i + 1;
     if (c == '"' || c == '\\') {
       output_->put('\\');
       output_->put(c);
-    } else if (byte >= ' ' && byte < 0x7F) {
-      output_->put(c);
     } else {
       output_->put("\\u00");
-      output_->hex(byte, 2);
+      output_->hex(static_cast<uint8_t>(c), 2);
     }
   }
+  output_->put(bytes.substr(plain));
   output_->put('"');
 }
 

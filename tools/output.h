@@ -6,6 +6,7 @@
 #define TOOLS_OUTPUT_H
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,7 +25,17 @@ class ToolOutput {
     if (used_ == buffer_.size()) flush();
     buffer_.data()[used_++] = c;
   }
-  void put(std::string_view text);
+  void put(std::string_view text) {
+    if (text.size() > buffer_.size() - used_) return put_long(text);
+    // An empty text may point nowhere, which memcpy does not take.
+    used_ += text.copy(buffer_.data() + used_, text.size());
+  }
+  // A literal: the compiler knows how much to copy.
+  template <size_t SIZE>
+  void put(const char (&literal)[SIZE]) {
+    memcpy(room(SIZE), literal, SIZE);
+    used_ += SIZE - 1;
+  }
   void decimal(uint64_t number);
   void decimal(int64_t number);
   void decimal(uint32_t number) { decimal(uint64_t{number}); }
@@ -33,14 +44,24 @@ class ToolOutput {
   void hex(uint64_t number, unsigned digits);
   // Two digits per byte.
   void hex_bytes(std::string_view bytes);
-  // An offset of 8 digits and the bytes that are there, with blanks between
-  // them, filled up to a number of columns and two more.
+  // An offset of 8 digits and up to PLACE_BYTES bytes that are there, with
+  // blanks between them, filled up to a number of columns and two more.
+  static constexpr size_t PLACE_BYTES = 16;
   void place(uint64_t offset, std::string_view bytes, size_t columns);
   // The shortest text that is read as the same number; "nan", "inf", "-inf".
   void real(double number);
   // Between quotes; what is not printable ASCII, quotes and backslashes as
   // \n, \t, \", \\ or \xNN.
   void quoted(std::string_view text);
+  // Room for up to some hundred bytes that the caller writes, and where they
+  // end.
+  char* room(size_t bytes) {
+    if (buffer_.size() - used_ < bytes) flush();
+    return buffer_.data() + used_;
+  }
+  void end_at(const char* end) {
+    used_ = static_cast<size_t>(end - buffer_.data());
+  }
   // Blanks; and takes back those that were put last.
   void indent(size_t columns);
   void drop_blanks() {
@@ -59,7 +80,7 @@ class ToolOutput {
  private:
   static constexpr size_t BUFFER_BYTES = size_t{64} * 1024;
   void flush();
-  char* room(size_t bytes);
+  void put_long(std::string_view text);
 
   UtBlock buffer_;
   size_t used_ = 0;

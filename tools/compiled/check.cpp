@@ -134,7 +134,7 @@ constexpr uint8_t IN_CASE = 0x10;   // OPERA: a label
 constexpr uint8_t ONE_MORE = 0x20;  // OPERA: exactly one; UNARY: a VAR
 constexpr uint8_t CLOSED = 0x40;    // VAR: only REFERs; SELECT: nothing
 
-Kinds NextChild(McNodeKind kind, uint8_t state) {
+constexpr Kinds NextChild(McNodeKind kind, uint8_t state) {
   const Shape& shape = SHAPES.of[static_cast<unsigned>(kind)];
   const unsigned count = state & CHILDREN;
   const Kinds kinds = count == 0   ? shape.first
@@ -152,6 +152,44 @@ Kinds NextChild(McNodeKind kind, uint8_t state) {
     case SELECT: return (state & CLOSED) != 0 ? 0 : kinds;
     default: return kinds;
   }
+}
+
+// Whether the children of a node may end, in the programs of files and masks.
+constexpr bool MayEnd(McNodeKind kind, uint8_t state, bool in_mask) {
+  const Shape& shape = SHAPES.of[static_cast<unsigned>(kind)];
+  unsigned least = in_mask ? shape.least_in_mask : shape.least;
+  if (kind == OPERA && (state & ONE_MORE) != 0 && least > 1) least = 1;
+  if (kind == VAR && (state & IN_ALLOC) != 0) least = 1;
+  return (state & CHILDREN) >= least;
+}
+
+// Both for all states, so that a node needs one look at each.
+struct States {
+  static constexpr size_t COUNT = 2 * CLOSED;
+  Kinds next[MC_KIND_COUNT][COUNT] = {};
+  bool may_end[2][MC_KIND_COUNT][COUNT] = {};
+  constexpr States() {
+    for (unsigned kind = 0; kind < MC_KIND_COUNT; kind++) {
+      for (size_t i = 0; i < COUNT; i++) {
+        const auto of = static_cast<McNodeKind>(kind);
+        const auto state = static_cast<uint8_t>(i);
+        next[kind][i] = NextChild(of, state);
+        for (const bool in_mask : {false, true})
+          may_end[in_mask][kind][i] = MayEnd(of, state, in_mask);
+      }
+    }
+  }
+};
+constexpr States STATES;
+
+// The state of a node without children, from its place and its operator.
+uint8_t FirstState(McNodeKind parent, const CompiledNode& node) {
+  const uint8_t op = McNode{0, node.payload}.op();
+  if (node.kind == VAR)
+    return parent == ALLOC ? IN_ALLOC : parent == FREE ? IN_FREE : 0;
+  if (node.kind == UNARY) return op == MC_VALUE ? ONE_MORE : 0;
+  if (node.kind != OPERA || parent != CASE) return 0;
+  return op == MC_RANGE ? IN_CASE : IN_CASE | ONE_MORE;
 }
 
 std::string NamesOf(Kinds kinds) {
@@ -290,11 +328,11 @@ class Checker : public CompiledSink {
   void attribute_name(const CompiledValue& value);
   void key(const CompiledValue& value);
   void no_body(const CompiledValue& value);
-  void place(const CompiledNode& node, uint8_t* state);
   [[gnu::cold]] CompiledValue field_of(const CompiledNode& node,
                                        int number) const;
-  void refer(const CompiledNode& node, Kinds context);
-  void children_missing(McNodeKind kind, uint8_t state, uint64_t offset);
+  void refer(const CompiledNode& node, Kinds context, uint8_t state);
+  void check_operator(const CompiledNode& node, bool in_case);
+  void children_end(McNodeKind kind, uint8_t state, uint64_t offset);
 
   const CompiledReport& report_;
 
@@ -796,8 +834,29 @@ CompiledValue Checker::field_of(const CompiledNode& node, int number) const {
   return values[number];
 }
 
+bool IsOperator(uint8_t op) {
+  switch (op) {
+#define MC_OPERATOR(number, name, text) case number:
+#include "elut/model/operators.def"
+#undef MC_OPERATOR
+    return op != MC_RANGE;
+  }
+  return false;
+}
+
+// The operator of an OPERA; in a CASE it belongs to a label.
+void Checker::check_operator(const CompiledNode& node, bool in_case) {
+  const uint8_t op = McNode{0, node.payload}.op();
+  if (!in_case) {
+    if (!IsOperator(op))
+      find(UNSOUND, field_of(node, 1), "an operator, 1 to 7 or 16 to 23");
+  } else if (op != MC_RANGE && (op < MC_EQUAL || op > MC_LESS_EQUAL)) {
+    find(UNSOUND, field_of(node, 1), "a comparison, 16 to 21, or 32 TO");
+  }
+}
+
 // What the payload of a node refers to.
-void Checker::refer(const CompiledNode& node, Kinds context) {
+void Checker::refer(const CompiledNode& node, Kinds context, uint8_t state) {
   const McNode bits = {0, node.payload};
   // Asked for only when something is wrong: most nodes are as they should be.
   const auto first = [&] { return field_of(node, 1); };
@@ -873,6 +932,7 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
            "a slot in use, of " + std::to_string(slots.size()));
       break;
     }
+    case OPERA: return check_operator(node, (state & IN_CASE) != 0);
     case ASSIGN:
       if (bits.op() > LAST_ASSIGNMENT)
         find(UNSOUND, first(), "0 =, 1 +=, 2 -=, 3 /= or 4 *=");
@@ -896,47 +956,10 @@ void Checker::refer(const CompiledNode& node, Kinds context) {
   }
 }
 
-bool IsOperator(uint8_t op) {
-  switch (op) {
-#define MC_OPERATOR(number, name, text) case number:
-#include "elut/model/operators.def"
-#undef MC_OPERATOR
-    return op != MC_RANGE;
-  }
-  return false;
-}
-
-// What the node's own place tells about its children; for an OPERA, whether its
-// operator may stand there.
-void Checker::place(const CompiledNode& node, uint8_t* state) {
-  const auto& kinds = walk->kinds();
-  const McNodeKind parent =
-      kinds.size() < 2 ? EMPTY : static_cast<McNodeKind>(kinds.end()[-2]);
-  const McNode bits = {0, node.payload};
-  if (node.kind == VAR && parent == ALLOC) *state |= IN_ALLOC;
-  if (node.kind == VAR && parent == FREE) *state |= IN_FREE;
-  if (node.kind == UNARY && bits.op() == MC_VALUE) *state |= ONE_MORE;
-  if (node.kind != OPERA) return;
-  bool known = IsOperator(bits.op());
-  const char* expected = "an operator, 1 to 7 or 16 to 23";
-  if (parent == CASE) {
-    *state |= IN_CASE;
-    if (bits.op() != MC_RANGE) *state |= ONE_MORE;
-    known = bits.op() == MC_RANGE ||
-            (bits.op() >= MC_EQUAL && bits.op() <= MC_LESS_EQUAL);
-    expected = "a comparison, 16 to 21, or 32 TO";
-  }
-  if (known) return;
-  find(UNSOUND, field_of(node, 1), expected);
-}
-
-void Checker::children_missing(McNodeKind kind, uint8_t state,
-                               uint64_t offset) {
-  const Shape& shape = SHAPES.of[static_cast<unsigned>(kind)];
-  unsigned least = in_masks() ? shape.least_in_mask : shape.least;
-  if (kind == OPERA && (state & ONE_MORE) != 0 && least > 1) least = 1;
-  if (kind == VAR && (state & IN_ALLOC) != 0) least = 1;
-  if ((state & CHILDREN) >= least) return;
+inline void Checker::children_end(McNodeKind kind, uint8_t state,
+                                  uint64_t offset) {
+  if (STATES.may_end[in_masks()][static_cast<unsigned>(kind)][state]) [[likely]]
+    return;
   walk->trouble(UNSOUND, offset, CompiledName(CompiledField::NODE_END),
                 "the end of the children", NamesOf(NextChild(kind, state)));
 }
@@ -944,6 +967,7 @@ void Checker::children_missing(McNodeKind kind, uint8_t state,
 void Checker::node(const CompiledNode& node) {
   const auto& kinds = walk->kinds();
   Kinds context = BODY;  // what may stand here
+  McNodeKind parent = EMPTY;
   if (states_.empty()) {
     if (walk->sub() < 0) {
       main_body_ = true;
@@ -953,9 +977,9 @@ void Checker::node(const CompiledNode& node) {
                       "none: a MODULE block has no statements");
     }
   } else {
-    const auto parent = static_cast<McNodeKind>(kinds.end()[-2]);
+    parent = static_cast<McNodeKind>(kinds.end()[-2]);
     uint8_t& state = states_.back();
-    context = NextChild(parent, state);
+    context = STATES.next[static_cast<unsigned>(parent)][state];
     if ((state & CHILDREN) != CHILDREN) state++;
     if (node.kind == REFER ||
         (parent == SELECT && node.kind != CASE && (state & CHILDREN) > 1))
@@ -964,18 +988,17 @@ void Checker::node(const CompiledNode& node) {
   if ((context >> static_cast<unsigned>(node.kind) & 1) == 0)
     walk->trouble(UNSOUND, node.offset, CompiledName(CompiledField::NODE_KIND),
                   MC_KIND_NAMES[static_cast<int>(node.kind)], NamesOf(context));
-  uint8_t state = 0;
-  place(node, &state);
-  if (node.sound) refer(node, context);
+  uint8_t state = FirstState(parent, node);
+  if (node.sound) refer(node, context, state);
   if (node.leaf)
-    children_missing(node.kind, state, node.offset + node.length);
+    children_end(node.kind, state, node.offset + node.length);
   else
     states_.push_back(state);
 }
 
 void Checker::node_end(const CompiledValue& end) {
-  children_missing(static_cast<McNodeKind>(walk->kinds().back()),
-                   states_.back(), end.offset);
+  children_end(static_cast<McNodeKind>(walk->kinds().back()), states_.back(),
+               end.offset);
   states_.pop_back();
 }
 

@@ -66,10 +66,6 @@ constexpr auto SUB_CALL = static_cast<uint32_t>(McCallKind::SUB);
 constexpr auto FN_CALL = static_cast<uint32_t>(McCallKind::FN);
 constexpr auto CFN_CALL = static_cast<uint32_t>(McCallKind::CFN);
 
-// Parts that are shown at the beginning and at the end of a path that is too
-// long to show all of them.
-constexpr size_t SHOWN_PARTS = 4;
-
 uint32_t Load(const uint8_t* bytes, unsigned width) {
   uint32_t value = 0;
   for (unsigned i = 0; i < width; i++) value = value << 8 | bytes[i];
@@ -102,8 +98,8 @@ template <class Append>
 void AppendParts(std::string* path, size_t parts, char separator,
                  Append append) {
   for (size_t i = 0; i < parts; i++) {
-    if (i == SHOWN_PARTS && parts > CompiledWalk::SHOWN_NODES) {
-      const size_t hidden = parts - 2 * SHOWN_PARTS;
+    if (i == CompiledWalk::SHOWN_ENDS && parts > CompiledWalk::SHOWN_NODES) {
+      const size_t hidden = parts - 2 * CompiledWalk::SHOWN_ENDS;
       *path += separator;
       *path += '(' + std::to_string(hidden) + ')';
       i += hidden;
@@ -180,6 +176,50 @@ struct PayloadBytes {
   }
 };
 constexpr PayloadBytes PAYLOAD_BYTES;
+
+// How the payload of each kind comes from the bytes behind the kind, without a
+// branch: nodes come in any order, so that a processor could not foresee one.
+struct PayloadBits {
+  // Plain: the bits of the first four bytes that belong to it.
+  uint32_t plain[MC_KIND_COUNT] = {};
+  // XDR: where the first word goes and the bits of the second, and those that
+  // are zero in both when they are numbers of their width.
+  struct Words {
+    uint8_t shift = 0;
+    uint32_t first = 0, second = 0, first_zero = 0, second_zero = 0;
+  } xdr[MC_KIND_COUNT] = {};
+
+  constexpr PayloadBits() {
+    for (unsigned kind = 0; kind < MC_KIND_COUNT; kind++) {
+      Words& words = xdr[kind];
+      switch (MC_KIND_PAYLOADS[kind]) {
+        case McPayload::NONE: break;
+        case McPayload::INTEGER:
+        case McPayload::NUMBER: plain[kind] = words.first = UINT32_MAX; break;
+        case McPayload::VARIABLE:
+        case McPayload::FUNCTION:
+          plain[kind] = words.first = UINT32_MAX;
+          words.shift = 16;
+          words.second = 0xFFFF;
+          words.first_zero = words.second_zero = 0xFFFF0000;
+          break;
+        case McPayload::INDEX:
+          plain[kind] = 0xFFFF0000;
+          words = {16, UINT32_MAX, 0, 0xFFFF0000, 0};
+          break;
+        case McPayload::OPERATOR:
+          plain[kind] = 0xFF000000;
+          words = {24, UINT32_MAX, 0, 0xFFFFFF00, 0};
+          break;
+        case McPayload::SIGIL:  // a signed number
+          plain[kind] = 0xFF000000;
+          words = {24, UINT32_MAX, 0, 0xFFFFFF80, 0};
+          break;
+      }
+    }
+  }
+};
+constexpr PayloadBits PAYLOAD_BITS;
 
 }  // namespace
 
@@ -265,19 +305,27 @@ void CompiledWalk::trouble(CompiledGrade grade, uint64_t offset,
 }
 
 void CompiledWalk::enter(const char* name) {
+  changes_++;
   steps_.push_back({name, -1});
 }
 
 bool CompiledWalk::leave() {
+  changes_++;
   steps_.pop_back();
   return true;
+}
+
+// The index of the innermost step.
+void CompiledWalk::set_index(uint32_t index) {
+  changes_++;
+  steps_.back().index = index;
 }
 
 // A table of that name: `entry` walks through one of its entries.
 template <class Entry>
 bool CompiledWalk::entries(CompiledRecord record, uint32_t count, Entry entry) {
   for (uint32_t i = 0; i < count; i++) {
-    steps_.back().index = i;
+    set_index(i);
     sink_->begin(record);
     if (!entry()) return false;
     sink_->end(record);
@@ -557,8 +605,29 @@ inline bool CompiledWalk::item(CompiledNode* node, int number, unsigned width,
   return true;
 }
 
+// Reads the payload when enough bytes for any follow and nothing is wrong.
 template <XdTransport TRANSPORT>
-inline bool CompiledWalk::payload(CompiledNode* node) {
+inline bool CompiledWalk::sound_payload(CompiledNode* node) {
+  const auto kind = static_cast<unsigned>(node->kind);
+  if (left() < 8) return false;
+  const uint32_t word = LoadWord(xd_.next);
+  if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
+    node->payload = word & PAYLOAD_BITS.plain[kind];
+    xd_.next += PAYLOAD_BYTES.plain[kind];
+  } else {
+    const PayloadBits::Words& bits = PAYLOAD_BITS.xdr[kind];
+    const uint32_t second = LoadWord(xd_.next + 4);
+    if (((word & bits.first_zero) | (second & bits.second_zero)) != 0)
+      return false;
+    node->payload = (word & bits.first) << bits.shift | (second & bits.second);
+    xd_.next += PAYLOAD_BYTES.xdr[kind];
+  }
+  return true;
+}
+
+// Reads any payload. False when the file ends within it.
+template <XdTransport TRANSPORT>
+bool CompiledWalk::payload(CompiledNode* node) {
   uint32_t first = 0, second = 0;
   switch (MC_KIND_PAYLOADS[static_cast<unsigned>(node->kind)]) {
     case McPayload::NONE: break;
@@ -629,7 +698,7 @@ bool CompiledWalk::nodes() {
                          .length = 0};
     kinds_.push_back(static_cast<uint8_t>(kind));
     xd_.next += WORD;
-    if (!payload<TRANSPORT>(&node)) {
+    if (!sound_payload<TRANSPORT>(&node) && !payload<TRANSPORT>(&node)) {
       // All of the node belongs to what cannot be read.
       xd_.next = xd_.start + (offset - xd_.offset);
       return false;
@@ -718,7 +787,7 @@ bool CompiledWalk::variable() {
   if ((flags & HAS_DIMS) == 0) return true;
   enter("bounds");
   for (uint32_t i = 0; i < (dimensions & 0xFF); i++) {
-    steps_.back().index = i;
+    set_index(i);
     if (!number(CompiledField::BOUND_LOW, &value) ||
         !number(CompiledField::BOUND_HIGH, &value))
       return false;
@@ -923,14 +992,14 @@ bool CompiledWalk::editor() {
       sink_->begin(CompiledRecord::OBJECT);
       if (!object()) return false;
       enter("objects");
-      steps_.back().index = 0;
+      set_index(0);
       continue;
     }
     if (depth == 0) return true;
     leave();
     sink_->end(CompiledRecord::OBJECT);
     if (--depth == 0) break;
-    steps_.back().index++;
+    set_index(static_cast<uint32_t>(steps_.back().index + 1));
   }
   return code(CompiledField::SIBLING, &sibling, 0, 0);
 }
@@ -941,7 +1010,7 @@ bool CompiledWalk::editors() {
   uint32_t editors;
   if (!count(CompiledField::EDITOR_COUNT, &editors, EDITOR_BYTES)) return false;
   for (uint32_t i = 0; i < editors; i++) {
-    steps_.back().index = i;
+    set_index(i);
     if (!editor()) return false;
   }
   sink_->end(CompiledRecord::EDITORS);

@@ -154,6 +154,8 @@ class CompiledWalk {
  public:
   // The nodes of a path that has all its parts.
   static constexpr size_t SHOWN_NODES = 16;
+  // Those at each end of a longer one.
+  static constexpr size_t SHOWN_ENDS = 4;
 
   // Both outlive the walk; files have less than UT_LARGEST_FILE bytes.
   CompiledWalk(std::string_view file, CompiledSink* sink);
@@ -181,6 +183,8 @@ class CompiledWalk {
   // included.
   const UtVector<uint8_t>& kinds() const { return kinds_; }
 
+  // A number that changes whenever the path of the record does.
+  uint64_t record_changes() const { return changes_; }
   // Appends the path of a field, or of the record that the walk is in.
   void append_path(std::string* path) const;
   void append_path(std::string* path, CompiledField field) const;
@@ -201,6 +205,7 @@ class CompiledWalk {
 
   uint64_t left() const { return XdRemaining(&xd_); }
   void enter(const char* name);
+  void set_index(uint32_t index);
   bool leave();  // always true
   template <class Entry>
   bool entries(CompiledRecord record, uint32_t count, Entry entry);
@@ -226,6 +231,8 @@ class CompiledWalk {
   bool constants();
   template <XdTransport TRANSPORT>
   bool item(CompiledNode* node, int number, unsigned width, uint32_t* value);
+  template <XdTransport TRANSPORT>
+  bool sound_payload(CompiledNode* node);
   template <XdTransport TRANSPORT>
   bool payload(CompiledNode* node);
   template <XdTransport TRANSPORT>
@@ -255,6 +262,7 @@ class CompiledWalk {
   XdStream xd_;
   XdHeader header_ = {};
   UtVector<Step> steps_;
+  uint64_t changes_ = 0;  // of the steps
   UtVector<uint8_t> kinds_;
   uint64_t nodes_ = 0;  // that were walked through
   const CompiledTables* tables_ = nullptr;

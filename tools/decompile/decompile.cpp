@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <set>
 
 #include "Cutil/codes.h"
@@ -210,12 +211,14 @@ class Decompilation {
       : bytes_(bytes), base_(base) {}
 
   Decompiled run() {
-    const std::string wrong = ReadCompiled(bytes_, &model_);
+    const std::string wrong = read();
     if (!wrong.empty()) return fail(wrong);
+    header_ = model_->header;
+    is_mask_ = model_->is_mask();
     try {
       return attempt();
     } catch (const Refusal& refusal) {
-      if (!is_mask()) return refuse(refusal.reason);
+      if (!is_mask_) return refuse(refusal.reason);
     }
     try {
       unparsing_.with_errors = true;
@@ -233,17 +236,21 @@ class Decompilation {
     return {DecompileOutcome::REFUSED, std::move(why), {}};
   }
 
-  bool is_mask() const { return model_.is_mask(); }
+  std::string read() {
+    model_ = std::make_unique<CompiledModel>();
+    return ReadCompiled(bytes_, model_.get());
+  }
+
   bool traced() const { return unparsing_.traced == Unparsing::Traced::YES; }
 
   Decompiled attempt() {
     unparsing_.lines = {};
     unparsing_.programs.clear();
     unparsing_.traced = Unparsing::Traced::UNKNOWN;
-    if (is_mask())
-      SurveyMasks(&unparsing_, model_.list);
+    if (is_mask_)
+      SurveyMasks(&unparsing_, model_->list);
     else
-      SurveyProgram(&unparsing_, *model_.program);
+      SurveyProgram(&unparsing_, *model_->program);
     return make();
   }
 
@@ -252,18 +259,18 @@ class Decompilation {
     for (int i = 0; i < PLANS; i++) {
       LinePlan plan;
       if (!MakeLinePlan(unparsing_.lines, apart, &plan)) break;
-      const std::string name = base_ + (is_mask() ? ".msk" : ".mac");
+      const std::string name = base_ + (is_mask_ ? ".msk" : ".mac");
       const std::string options =
-          CompileOptions(model_.header.transport, is_mask(), traced());
+          CompileOptions(header_.transport, is_mask_, traced());
       Layout layout(unparsing_.lines, plan, name, PlainName(base_),
                     "quillo " + options + QuotedName(name),
                     TEXT_LIMIT + TEXT_LIMIT_FACTOR * bytes_.size());
       unparsing_.next_program = 0;
       unparsing_.error = false;
-      if (is_mask())
-        WriteMasks(&unparsing_, model_.list, &layout);
+      if (is_mask_)
+        WriteMasks(&unparsing_, model_->list, &layout);
       else
-        WriteProgram(&unparsing_, *model_.program, &layout);
+        WriteProgram(&unparsing_, *model_->program, &layout);
       std::deque<SourceFile> files = layout.finish();
       if (layout.too_large())
         return refuse("the text would be out of all proportion to the file");
@@ -276,14 +283,18 @@ class Decompilation {
     return refuse("its lines would take more include files than there may be");
   }
 
+  // The model is not there during the compile, which needs as much memory; it
+  // is read again when the reason of a failure is looked for.
   Decompiled prove(std::deque<SourceFile> files) {
+    model_.reset();
     bool compiled;
     const std::string wrong =
-        CompileAgain(bytes_, model_.header, unparsing_, files, &compiled);
+        CompileAgain(bytes_, header_, unparsing_, files, &compiled);
     if (wrong.empty()) return {DecompileOutcome::GIVEN, {}, std::move(files)};
-    std::string strange = Strange(model_);
+    (void)read();
+    std::string strange = Strange(*model_);
     if (strange.empty() &&
-        !WritesTheSame(&model_, model_.header.transport, bytes_))
+        !WritesTheSame(model_.get(), header_.transport, bytes_))
       strange = "it is not written as the compiler writes what is in it";
     if (!strange.empty()) return refuse(strange);
     if (!compiled && wrong.find("yacc stack overflow") != std::string::npos)
@@ -293,7 +304,9 @@ class Decompilation {
 
   std::string_view bytes_;
   const std::string& base_;
-  CompiledModel model_;
+  std::unique_ptr<CompiledModel> model_;
+  XdHeader header_ = {};
+  bool is_mask_ = false;
   Unparsing unparsing_;
 };
 
