@@ -5,6 +5,7 @@
 
 #include "Cutil/codes.h"
 #include "Cutil/ut_file.h"
+#include "elut/files/node_layout.h"
 #include "util/xd_header.h"
 
 namespace {
@@ -82,34 +83,6 @@ bool McXdrConstants(Body* body) {
 
 // Trees ---------------------------------------------------------------------
 
-// Bytes and items of a node in a file, by kind.
-struct NodeLayout {
-  uint8_t plain;    // bytes of kind and payload
-  uint8_t xdr;      // the same in XDR
-  uint8_t shift;    // of the payload, to get its first item
-  uint32_t second;  // bits of the payload that are a second item
-};
-
-constexpr NodeLayout LayoutOf(McPayload payload) {
-  switch (payload) {
-    case McPayload::NONE: return {1, 4, 24, 0};
-    case McPayload::VARIABLE:
-    case McPayload::FUNCTION: return {5, 12, 16, 0xFFFF};
-    case McPayload::INTEGER:
-    case McPayload::NUMBER: return {5, 8, 0, 0};
-    case McPayload::OPERATOR:
-    case McPayload::SIGIL: return {2, 8, 24, 0};
-    case McPayload::INDEX: return {3, 8, 16, 0};
-  }
-  return {};
-}
-
-constexpr NodeLayout LAYOUTS[] = {
-#define MC_KIND(name, payload) LayoutOf(McPayload::payload),
-#include "elut/model/node_kinds.def"
-#undef MC_KIND
-};
-
 // What a node takes at most, with the end of its children.
 constexpr size_t NODE_ROOM = 16;
 
@@ -120,7 +93,7 @@ template <XdTransport TRANSPORT>
 [[gnu::always_inline]] inline uint8_t* PutNode(uint8_t* next,
                                                const McNode& node) {
   const auto kind = static_cast<uint8_t>(node.kind());
-  const NodeLayout layout = LAYOUTS[kind];
+  const McNodeLayout layout = MC_NODE_LAYOUTS[kind];
   if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
     const uint64_t bytes =
         uint64_t{__builtin_bswap32(node.payload)} << 8 | kind;
@@ -143,7 +116,7 @@ template <XdTransport TRANSPORT>
 // leaf takes is complete with one step.
 template <XdTransport TRANSPORT>
 bool WriteTreeTo(Body* body, McTree tree) {
-  constexpr size_t END = TRANSPORT == XD_TRANSPORT_PLAIN ? 1 : 4;
+  constexpr size_t END = MC_KIND_BYTES<TRANSPORT>;
   XdStream* xd = body->xd;
   // All that the loop uses is at hand: bytes that are written might otherwise
   // be those of the stream, which would have to be looked at again.
@@ -238,9 +211,28 @@ bool ReferenceHolds(Body* body, McNodeKind kind, uint32_t payload) {
   }
 }
 
+// Reads the kind of a node and its payload; McNodeKind::EMPTY ends children.
+template <XdTransport TRANSPORT>
+inline bool ReadNode(XdStream* xd, McNodeKind* kind, uint32_t* payload) {
+  constexpr unsigned KIND = MC_KIND_BYTES<TRANSPORT>;
+  if (XdRemaining(xd) >= KIND + MC_PAYLOAD_PEEK) [[likely]] {
+    const uint32_t number = McPeekKind<TRANSPORT>(xd->next);
+    if (number < MC_KIND_COUNT) [[likely]] {
+      *kind = static_cast<McNodeKind>(number);
+      if (McPeekPayload<TRANSPORT>(xd->next + KIND, *kind, payload)) {
+        xd->next += KIND + McPayloadBytes<TRANSPORT>(*kind);
+        return true;
+      }
+    }
+  }
+  return XdEnum(xd, kind, MC_KIND_COUNT) &&
+         (*kind == McNodeKind::EMPTY || ReadPayload(xd, *kind, payload));
+}
+
 // Reads nodes one after the other. A node goes into the array when its children
 // have ended: `path` holds those that have not, with the place where the
 // children of each begin.
+template <XdTransport TRANSPORT>
 bool ReadTree(Body* body, McTree* tree) {
   struct Open {
     McNodeKind kind;
@@ -253,10 +245,9 @@ bool ReadTree(Body* body, McTree* tree) {
   const McNodeRef first = nodes.count();
   do {
     auto kind = McNodeKind::EMPTY;
-    if (!XdEnum(xd, &kind, MC_KIND_COUNT)) return false;
+    uint32_t payload = 0;
+    if (!ReadNode<TRANSPORT>(xd, &kind, &payload)) return false;
     if (kind != McNodeKind::EMPTY) {
-      uint32_t payload;
-      if (!ReadPayload(xd, kind, &payload)) return false;
       if (!ReferenceHolds(body, kind, payload))
         return XdFail(xd, "a reference to nothing");
       path.push_back({kind, payload, nodes.count()});
@@ -270,7 +261,10 @@ bool ReadTree(Body* body, McTree* tree) {
 }
 
 bool McXdrTree(Body* body, McTree* tree) {
-  return body->reading() ? ReadTree(body, tree) : WriteTree(body, *tree);
+  if (!body->reading()) return WriteTree(body, *tree);
+  return body->xd->transport == XD_TRANSPORT_XDR
+             ? ReadTree<XD_TRANSPORT_XDR>(body, tree)
+             : ReadTree<XD_TRANSPORT_PLAIN>(body, tree);
 }
 
 // The number of nodes of a tree. It is read and not needed.

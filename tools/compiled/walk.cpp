@@ -9,6 +9,7 @@
 
 #include "Cutil/codes.h"
 #include "elut/files/mask_file.h"
+#include "elut/files/node_layout.h"
 #include "elut/files/program_file.h"
 #include "elut/model/mask_objects.h"
 #include "elut/model/program.h"
@@ -70,12 +71,6 @@ uint32_t Load(const uint8_t* bytes, unsigned width) {
   uint32_t value = 0;
   for (unsigned i = 0; i < width; i++) value = value << 8 | bytes[i];
   return value;
-}
-
-uint32_t LoadWord(const uint8_t* bytes) {
-  uint32_t word;
-  memcpy(&word, bytes, sizeof word);
-  return __builtin_bswap32(word);
 }
 
 // True when an XDR word is what an item of that width is written as.
@@ -155,71 +150,6 @@ uint32_t FirstOf(McNodeKind kind, uint32_t payload) {
   }
   return payload;
 }
-
-// Bytes of the payload of each kind, by transport.
-struct PayloadBytes {
-  uint8_t plain[MC_KIND_COUNT];
-  uint8_t xdr[MC_KIND_COUNT];
-  constexpr PayloadBytes() : plain(), xdr() {
-    for (unsigned kind = 0; kind < MC_KIND_COUNT; kind++) {
-      switch (MC_KIND_PAYLOADS[kind]) {
-        case McPayload::NONE: break;
-        case McPayload::VARIABLE:
-        case McPayload::FUNCTION: plain[kind] = 4, xdr[kind] = 8; break;
-        case McPayload::INTEGER:
-        case McPayload::NUMBER: plain[kind] = 4, xdr[kind] = 4; break;
-        case McPayload::OPERATOR:
-        case McPayload::SIGIL: plain[kind] = 1, xdr[kind] = 4; break;
-        case McPayload::INDEX: plain[kind] = 2, xdr[kind] = 4; break;
-      }
-    }
-  }
-};
-constexpr PayloadBytes PAYLOAD_BYTES;
-
-// How the payload of each kind comes from the bytes behind the kind, without a
-// branch: nodes come in any order, so that a processor could not foresee one.
-struct PayloadBits {
-  // Plain: the bits of the first four bytes that belong to it.
-  uint32_t plain[MC_KIND_COUNT] = {};
-  // XDR: where the first word goes and the bits of the second, and those that
-  // are zero in both when they are numbers of their width.
-  struct Words {
-    uint8_t shift = 0;
-    uint32_t first = 0, second = 0, first_zero = 0, second_zero = 0;
-  } xdr[MC_KIND_COUNT] = {};
-
-  constexpr PayloadBits() {
-    for (unsigned kind = 0; kind < MC_KIND_COUNT; kind++) {
-      Words& words = xdr[kind];
-      switch (MC_KIND_PAYLOADS[kind]) {
-        case McPayload::NONE: break;
-        case McPayload::INTEGER:
-        case McPayload::NUMBER: plain[kind] = words.first = UINT32_MAX; break;
-        case McPayload::VARIABLE:
-        case McPayload::FUNCTION:
-          plain[kind] = words.first = UINT32_MAX;
-          words.shift = 16;
-          words.second = 0xFFFF;
-          words.first_zero = words.second_zero = 0xFFFF0000;
-          break;
-        case McPayload::INDEX:
-          plain[kind] = 0xFFFF0000;
-          words = {16, UINT32_MAX, 0, 0xFFFF0000, 0};
-          break;
-        case McPayload::OPERATOR:
-          plain[kind] = 0xFF000000;
-          words = {24, UINT32_MAX, 0, 0xFFFFFF00, 0};
-          break;
-        case McPayload::SIGIL:  // a signed number
-          plain[kind] = 0xFF000000;
-          words = {24, UINT32_MAX, 0, 0xFFFFFF80, 0};
-          break;
-      }
-    }
-  }
-};
-constexpr PayloadBits PAYLOAD_BITS;
 
 }  // namespace
 
@@ -416,7 +346,7 @@ bool CompiledWalk::characters(CompiledValue* item) {
     return false;
   }
   if (xdr) {
-    const uint32_t again = LoadWord(xd_.next);
+    const uint32_t again = McPeekWord(xd_.next);
     if (again != length) {
       trouble(CompiledGrade::UNREADABLE, position(), CompiledName(item->field),
               "a second length of " + std::to_string(again),
@@ -449,7 +379,7 @@ bool CompiledWalk::characters(CompiledValue* item) {
 bool CompiledWalk::text(CompiledField field, bool may_be_absent) {
   if (left() < 4) return cut_off(field, 4);
   CompiledValue item = {.field = field, .offset = position(), .length = 4};
-  item.number = LoadWord(xd_.next);
+  item.number = McPeekWord(xd_.next);
   xd_.next += 4;
   item.absent = may_be_absent && item.number == XdStream::NULL_LENGTH;
   if (!item.absent && !characters(&item)) {
@@ -592,7 +522,7 @@ inline bool CompiledWalk::item(CompiledNode* node, int number, unsigned width,
   if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
     *value = Load(xd_.next, width);
   } else {
-    *value = LoadWord(xd_.next);
+    *value = McPeekWord(xd_.next);
     if (!Fits(*value, width, node->kind == McNodeKind::EXTIND)) [[unlikely]] {
       node->sound = false;
       trouble(CompiledGrade::UNREADABLE, position(), CompiledName(field()),
@@ -608,20 +538,10 @@ inline bool CompiledWalk::item(CompiledNode* node, int number, unsigned width,
 // Reads the payload when enough bytes for any follow and nothing is wrong.
 template <XdTransport TRANSPORT>
 inline bool CompiledWalk::sound_payload(CompiledNode* node) {
-  const auto kind = static_cast<unsigned>(node->kind);
-  if (left() < 8) return false;
-  const uint32_t word = LoadWord(xd_.next);
-  if constexpr (TRANSPORT == XD_TRANSPORT_PLAIN) {
-    node->payload = word & PAYLOAD_BITS.plain[kind];
-    xd_.next += PAYLOAD_BYTES.plain[kind];
-  } else {
-    const PayloadBits::Words& bits = PAYLOAD_BITS.xdr[kind];
-    const uint32_t second = LoadWord(xd_.next + 4);
-    if (((word & bits.first_zero) | (second & bits.second_zero)) != 0)
-      return false;
-    node->payload = (word & bits.first) << bits.shift | (second & bits.second);
-    xd_.next += PAYLOAD_BYTES.xdr[kind];
-  }
+  if (left() < MC_PAYLOAD_PEEK ||
+      !McPeekPayload<TRANSPORT>(xd_.next, node->kind, &node->payload))
+    return false;
+  xd_.next += McPayloadBytes<TRANSPORT>(node->kind);
   return true;
 }
 
@@ -659,10 +579,8 @@ bool CompiledWalk::payload(CompiledNode* node) {
 // have not ended.
 template <XdTransport TRANSPORT>
 bool CompiledWalk::nodes() {
-  constexpr unsigned WORD = TRANSPORT == XD_TRANSPORT_XDR ? 4 : 1;
-  const auto peek = [&] {
-    return TRANSPORT == XD_TRANSPORT_XDR ? LoadWord(xd_.next) : *xd_.next;
-  };
+  constexpr unsigned WORD = MC_KIND_BYTES<TRANSPORT>;
+  const auto peek = [&] { return McPeekKind<TRANSPORT>(xd_.next); };
   do {
     const uint64_t offset = position();
     if (left() < WORD) return cut_off(CompiledField::NODE_KIND, WORD);
@@ -717,23 +635,21 @@ bool CompiledWalk::nodes() {
 // trouble may be in them, and counts them.
 template <XdTransport TRANSPORT>
 bool CompiledWalk::skip_nodes() {
-  constexpr unsigned WORD = TRANSPORT == XD_TRANSPORT_XDR ? 4 : 1;
+  constexpr unsigned WORD = MC_KIND_BYTES<TRANSPORT>;
   const uint8_t* next = xd_.next;
   const uint8_t* const limit = xd_.limit;
   uint64_t depth = 0, count = 0;
   do {
     if (limit - next < WORD) return false;
-    const uint32_t kind =
-        TRANSPORT == XD_TRANSPORT_XDR ? LoadWord(next) : *next;
+    const uint32_t kind = McPeekKind<TRANSPORT>(next);
     next += WORD;
     if (kind == 0) {
       if (depth > 0) depth--;
       continue;
     }
     if (kind >= MC_KIND_COUNT) return false;
-    const unsigned bytes = TRANSPORT == XD_TRANSPORT_XDR
-                               ? PAYLOAD_BYTES.xdr[kind]
-                               : PAYLOAD_BYTES.plain[kind];
+    const unsigned bytes =
+        McPayloadBytes<TRANSPORT>(static_cast<McNodeKind>(kind));
     if (limit - next < static_cast<ptrdiff_t>(bytes)) return false;
     next += bytes;
     depth++;
