@@ -138,9 +138,17 @@ constexpr CommandCase COMMANDS[] = {
     {"quillo-tools match b.mac a.cm", 1,
      "no\nmain program: statement changed\n  - PRINT 2;\n  + PRINT 1;\n", ""},
     {"quillo-tools match none.mac a.cm", 2, "", "file 'none.mac' not found"},
-    // A source that people wrote stays; one that came from here does not.
+    // What is there under the name and is another text stays.
     {"quillo-tools decompile -o . a.cm", 2, "",
-     "quillo-tools: a.cm: './a.mac' was not written by decompile"},
+     "quillo-tools: a.cm: './a.mac' is there, is another text"},
+    {"mkdir e && echo mine >e/i_1.inc && quillo -t 1 i.mac &&"
+     " ! quillo-tools decompile -o e i.cm 2>/dev/null && ls e && cat e/* &&"
+     " quillo-tools decompile --force -o e i.cm && ls e",
+     0, "i_1.inc\nmine\ni.mac\ni_1.inc\n", ""},
+    {"mkdir f g && cp a.cm f && quillo-tools decompile -o g a.cm f/a.cm; ls g",
+     0, "", "quillo-tools: 'a.cm' and 'f/a.cm' would be written to one"},
+    {"cp a.cm ./-t.cm && quillo-tools decompile ./-t.cm", 0,
+     "! quillo -noxdr ./-t.mac\n", ""},
     {"mkdir d && quillo-tools decompile -o d a.cm && "
      "quillo-tools decompile -o d a.cm && cat d/a.mac && "
      "cd d && quillo -noxdr a.mac && cmp a.cm ../a.cm",

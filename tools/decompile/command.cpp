@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <cstring>
+#include <map>
 
 #include "Cutil/ut_file.h"
 #include "tools/command.h"
@@ -31,17 +31,17 @@ std::string BaseName(const std::string& path) {
   return base;
 }
 
-// A source that people wrote is not replaced by what a program made of it. One
-// that came from here begins with its command.
-bool MayReplace(const std::string& path) {
-  constexpr std::string_view OURS = "! quillo ";
-  UtString text;
+// What stands under a name already, and what would be written there.
+enum class Existing { NOTHING, THE_SAME, ANOTHER };
+
+Existing ExistingFile(const std::string& path, const std::string& text) {
   struct stat status;
-  if (stat(path.c_str(), &status) != 0) return true;
-  if (UtReadWhole(path.c_str(), UT_LARGEST_FILE, &text) != RC_OK) return false;
-  const std::string_view first_line =
-      std::string_view(text).substr(0, text.find('\n'));
-  return text.empty() || first_line.find(OURS) != std::string_view::npos;
+  if (lstat(path.c_str(), &status) != 0) return Existing::NOTHING;
+  UtString there;
+  return UtReadWhole(path.c_str(), UT_LARGEST_FILE, &there) == RC_OK &&
+                 std::string_view(there) == text
+             ? Existing::THE_SAME
+             : Existing::ANOTHER;
 }
 
 bool WriteWhole(const std::string& path, const std::string& text) {
@@ -50,21 +50,43 @@ bool WriteWhole(const std::string& path, const std::string& text) {
          file.write(text.data(), text.size()) && file.commit();
 }
 
+// Work of people, a recovered source that somebody went on with too, is not
+// replaced by what a program made: all files are written, or none.
 int Store(const Options& options, const std::string& file,
           const std::deque<SourceFile>& sources) {
   const std::string directory = options.directory + '/';
-  const std::string source = directory + sources[0].name;
-  if (!options.force && !MayReplace(source))
-    return Answer(TOOL_TROUBLE, file,
-                  "'" + source +
-                      "' was not written by decompile and stays as it is; "
-                      "--force replaces it");
-  // The source comes last: what it includes is there by then.
-  for (size_t i = sources.size(); i-- > 0;)
-    if (!WriteWhole(directory + sources[i].name, sources[i].text))
+  std::vector<const SourceFile*> missing;
+  for (const SourceFile& source : sources) {
+    const std::string path = directory + source.name;
+    const Existing existing = ExistingFile(path, source.text);
+    if (existing == Existing::ANOTHER && !options.force)
       return Answer(TOOL_TROUBLE, file,
-                    "cannot write '" + directory + sources[i].name + "'");
+                    "'" + path +
+                        "' is there, is another text and stays as it is; "
+                        "--force replaces it");
+    if (existing != Existing::THE_SAME) missing.push_back(&source);
+  }
+  // The source comes last: what it includes is there by then.
+  for (size_t i = missing.size(); i-- > 0;)
+    if (!WriteWhole(directory + missing[i]->name, missing[i]->text))
+      return Answer(TOOL_TROUBLE, file,
+                    "cannot write '" + directory + missing[i]->name + "'");
   return TOOL_FINE;
+}
+
+// Two files whose sources would have one name; empty when there are none.
+std::string Collision(const std::vector<std::string>& files) {
+  std::map<std::string, const std::string*> taken;
+  for (const std::string& file : files) {
+    const size_t slash = file.rfind('/');
+    const std::string name =
+        slash == std::string::npos ? file : file.substr(slash + 1);
+    const auto [other, added] = taken.emplace(name, &file);
+    if (!added)
+      return "'" + *other->second + "' and '" + file +
+             "' would be written to one source; nothing was written";
+  }
+  return {};
 }
 
 int DecompileFile(const Options& options, const std::string& file) {
@@ -104,10 +126,17 @@ void AddDecompile(CLI::App* app, int* status) {
       ->type_name("DIR")
       ->check(CLI::ExistingDirectory);
   command->add_flag("--force", options->force,
-                    "Also replace sources that decompile has not written");
+                    "Replace files of DIR that have another text");
   command->add_option("FILE", options->files, "Compiled files (.cm, .cg)")
       ->required();
   command->callback([options, status] {
+    const std::string collision =
+        options->directory.empty() ? "" : Collision(options->files);
+    if (!collision.empty()) {
+      std::fprintf(stderr, "quillo-tools: %s\n", collision.c_str());
+      *status = TOOL_TROUBLE;
+      return;
+    }
     for (const std::string& file : options->files)
       *status = std::max(*status, DecompileFile(*options, file));
   });

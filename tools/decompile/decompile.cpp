@@ -263,7 +263,9 @@ class Decompilation {
       const std::string options =
           CompileOptions(header_.transport, is_mask_, traced());
       Layout layout(unparsing_.lines, plan, name, PlainName(base_),
-                    "quillo " + options + QuotedName(name),
+                    "quillo " + options +
+                        // A name is no option.
+                        (name[0] == '-' ? "./" : "") + QuotedName(name),
                     TEXT_LIMIT + TEXT_LIMIT_FACTOR * bytes_.size());
       unparsing_.next_program = 0;
       unparsing_.error = false;
