@@ -85,6 +85,7 @@ class Check {
   CheckNames dropped_;
   std::vector<std::string> variables_;  // that are declared somewhere
   CheckNames undefined_;                // names that the compiler does not know
+  std::vector<std::string> included_;   // files, as the tree has them
   std::map<std::string, std::unique_ptr<Repaired>> repaired_;
   bool complete_ = true;  // the repairs go to the end of the source
   CheckResult result_;
@@ -254,23 +255,27 @@ void Check::add_fixes() {
     fix.place = fault.place;
     fix.rule = fault.rule;
     const std::string was = source.raw.substr(begin, end - begin);
-    fix.message = by == "\n"    ? "the last line is ended"
-                  : was.empty() ? "put in '" + by + "'"
-                                : "'" + was + "' is now '" + by + "'";
+    fix.message = by.ends_with('\n') ? "the last line is ended"
+                  : was.empty()      ? "put in '" + by + "'"
+                                     : "'" + was + "' is now '" + by + "'";
     result_.fixes.push_back(std::move(fix));
     edits.add(begin, end, by);
   };
   for (const CheckFault& fault : source.faults) {
-    if (!fault.safe) continue;
-    if (fault.cut_line > 0) {
-      take(fault, source.raw.size(), source.raw.size(), "\n");
-      continue;
-    }
+    if (!fault.safe || fault.cut_line > 0) continue;
     for (const CheckEdit& edit : source.repairs.all())
       if (edit.number == fault.repair)
         take(fault, source.raw_offset(edit.begin), source.raw_offset(edit.end),
              edit.text);
   }
+  // Behind all others: the line feed that the last line lacks.
+  const bool returns = source.raw.find("\r\n") != std::string::npos;
+  for (const CheckFault& fault : source.faults)
+    if (fault.safe && fault.cut_line > 0) {
+      result_.ends_last_line = true;
+      take(fault, source.raw.size(), source.raw.size(),
+           returns ? "\r\n" : "\n");
+    }
   edits.sort();
   result_.fixed = edits.apply(source.raw);
 }
@@ -296,6 +301,8 @@ void Check::add_lint(const CheckTexts& texts) {
   if (found == texts.end()) return;
   const SyntaxTree tree = SyntaxParse(name_, found->second, options);
   if (!tree.errors.empty() && original_.refused() && !complete_) return;
+  for (size_t i = 1; i < tree.files.size(); i++)
+    included_.push_back(tree.files[i].name);
   const SyntaxNames names = SyntaxResolve(tree);
   CheckNames variables;
   for (const SyntaxSymbol& symbol : names.symbols)
@@ -417,8 +424,15 @@ CheckResult Check::check_fragment() {
   CheckTexts texts = texts_;
   texts[FRAGMENT] = "MODULE fragment;\nINCLUDE \"" + name_ + "\";\n";
   CheckResult result = Check(FRAGMENT, texts, settings_).run();
-  for (ToolFinding& finding : result.findings)
-    if (finding.place.file == FRAGMENT) finding.place = {name_, 1, 1, 1, 1, ""};
+  // What is found behind the INCLUDE is found at the end of the file.
+  const CheckFile* file = files_.open(name_);
+  const size_t end = file->source.size();
+  const ToolRange at_end = file->source.range(end, end);
+  for (ToolFinding& finding : result.findings) {
+    if (finding.place.file == FRAGMENT) finding.place = at_end;
+    for (ToolRelated& related : finding.related)
+      if (related.place.file == FRAGMENT) related.place = at_end;
+  }
   result.fixes.clear();
   return result;
 }
@@ -454,6 +468,8 @@ CheckResult Check::run() {
     add_reports(outcome);
   } else {
     add_lint(texts);
+    for (const std::string& name : included_)
+      if (CheckFile* file = files_.open(name)) CheckScanAll(file);
     add_faults();
   }
   finish();
@@ -508,5 +524,14 @@ bool CheckIsFragment(std::string_view name, std::string_view text) {
 
 CheckResult CheckOne(const std::string& name, const CheckTexts& texts,
                      const CheckSettings& settings) {
-  return Check(name, texts, settings).run();
+  CheckResult result = Check(name, texts, settings).run();
+  if (!result.ends_last_line) return result;
+  // A last line that was not read may have more to mend.
+  CheckTexts ended = texts;
+  ended[name] = result.fixed;
+  CheckResult more = Check(name, ended, settings).run();
+  if (more.fixes.empty()) return result;
+  std::ranges::move(more.fixes, std::back_inserter(result.fixes));
+  result.fixed = std::move(more.fixed);
+  return result;
 }

@@ -35,6 +35,7 @@ struct CheckResult {
   // found to be changed when `fixes` is 0.
   std::string fixed;
   std::vector<ToolFinding> fixes;
+  bool ends_last_line = false;  // with a line feed
 };
 
 // Checks the source of that name; `texts` stand for files.

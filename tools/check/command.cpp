@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include "Cutil/ut_file.h"
@@ -93,7 +94,9 @@ bool Replace(const std::string& path, const std::string& text) {
 
 // One source as its thread leaves it.
 struct Done {
+  std::string name;
   CheckResult result;
+  size_t most_errors = 0;
   std::string trouble;
   bool ready = false;
 };
@@ -112,6 +115,7 @@ class Run {
   void work();
   void check(size_t number);
   void print(Done* done);
+  bool was_shown(const ToolFinding& finding, const std::string& source);
   void flush() {
     std::fwrite(out_.data(), 1, out_.size(), stdout);
     out_.clear();
@@ -124,6 +128,7 @@ class Run {
   ToolBaseline known_, written_;
   ToolCounts counts_;
   size_t with_findings_ = 0, hidden_ = 0;
+  std::set<std::string> shown_;  // findings in files that others include
   int status_ = TOOL_FINE;
 
   std::vector<Done> done_;
@@ -134,6 +139,7 @@ class Run {
 
 void Run::check(size_t number) {
   Done done;
+  done.name = options_.sources[number];
   const std::string& name = options_.sources[number];
   try {
     CheckSettings settings;
@@ -141,6 +147,7 @@ void Run::check(size_t number) {
       const std::lock_guard lock(mutex_);
       settings = settings_(name);
     }
+    done.most_errors = settings.most_errors;
     done.result = CheckOne(name, {}, settings);
     if (options_.fix && done.result.fixes.size() > 0) {
       if (!Replace(name, done.result.fixed)) {
@@ -170,6 +177,19 @@ void Run::work() {
     check(number);
 }
 
+// A file that sources include is checked with each of them, and maybe by
+// itself.
+bool Run::was_shown(const ToolFinding& finding, const std::string& source) {
+  const fs::path file = fs::path(finding.place.file).lexically_normal();
+  if (file.extension() != ".inc" && file == fs::path(source).lexically_normal())
+    return false;
+  return !shown_
+              .insert(file.string() + ':' + std::to_string(finding.place.line) +
+                      ':' + std::to_string(finding.place.column) + ':' +
+                      finding.rule)
+              .second;
+}
+
 void Run::print(Done* done) {
   if (!done->trouble.empty()) {
     flush();
@@ -186,13 +206,13 @@ void Run::print(Done* done) {
       written_.add(finding);
       continue;
     }
-    if (known_.take(finding)) continue;
+    if (known_.take(finding) || was_shown(finding, done->name)) continue;
     if (options_.quiet && finding.severity != ToolSeverity::ERROR) continue;
     counts_.add(finding.severity);
     any = true;
     if (finding.severity == ToolSeverity::ERROR) {
       status_ = std::max<int>(status_, TOOL_NO);
-      if (counts_.errors > options_.most_errors) {
+      if (counts_.errors > done->most_errors) {
         hidden_++;
         continue;
       }

@@ -1192,6 +1192,8 @@ void Repair::make(const Change& change, const CheckToken& error) {
     const bool has = at > back_limit() && near(at - 1).source == source;
     const size_t place = has ? near(at - 1).end : near(at).begin;
     if (change.put[0] != TOKEN_SEMICOLON) text = " " + text + " ";
+    // A last line without a line feed would not be read.
+    if (place == source->size()) text += '\n';
     source->repair(fault_, place, place, text);
   } else {
     size_t from = near(at).begin;
