@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <regex>
+
 #include "tests/file_tree.h"
 
 namespace {
@@ -109,15 +111,41 @@ TEST_F(CheckCommand, FixMendsWhatIsSafe) {
   write("c.mac",
         "PROGRAM c\r\nPRINT 0;\r\nif 1 THEN\r\n  PRNT 1;\r\nEND IF\r\nPRINT "
         "+;\r\n"
-        "PRINT 2;");
+        "PRINT 2");
   const std::string out = run("check --fix c.mac");
   EXPECT_EQ(*ReadWhole("c.mac"),
             "PROGRAM c;\r\nPRINT 0;\r\nIF 1 THEN\r\n  PRINT 1;\r\nEND "
             "IF\r\nPRINT +;\r\n"
-            "PRINT 2;\n");
+            "PRINT 2;\r\n");
   EXPECT_NE(out.find("c.mac:3:1: fixed: 'if' is now 'IF'"), std::string::npos);
   EXPECT_NE(out.find("c.mac:6:8: error: "), std::string::npos);
   EXPECT_EQ(status_, 1);
+}
+
+TEST_F(CheckCommand, LooksIntoWhatIsIncluded) {
+  const struct {
+    std::string text;
+    const char* found;  // by the program, by the file alone and by both
+  } rows[] = {
+      {"SUB x ; SUBEND\nSUB y ; SUBEND", "v.inc:2:1: no-final-line-feed\n"},
+      {std::string("SUB x ; SUBEND\n\0\nSUB y ;\n", 25),
+       "v.inc:2:1: zero-byte\n"},
+      {"SUB x\n  ?;\nSUBEND\n", "v.inc:2:3: stray-character\n"},
+      {"SUB x\n  PRINT y;\nSUBEND\n", "v.inc:2:9: undefined-name\n"},
+  };
+  write("v.mac", "PROGRAM p;\nINCLUDE \"v.inc\";\nCALL x;\n");
+  for (const auto& row : rows) {
+    write("v.inc", row.text);
+    for (const char* names : {"v.mac", "v.inc", "v.mac ./v.inc"}) {
+      std::string found = run(std::string("check --format gcc ") + names);
+      found =
+          std::regex_replace(found, std::regex(" [a-z]+: .*\\[(.*)\\]"), " $1");
+      EXPECT_EQ(found, row.found) << names;
+    }
+  }
+  write("v.inc", "SUB x\n  ;\n");
+  EXPECT_EQ(run("check --format gcc v.inc"),
+            "v.inc:1:1: error: this SUB has no SUBEND [missing-end]\n");
 }
 
 TEST_F(CheckCommand, Explain) {

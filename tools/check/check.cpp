@@ -61,6 +61,7 @@ class Check {
   void add_lint(const CheckTexts& texts);
   void add_fixes();
   void apply_settings();
+  void drop_doubtful_names();
   // Whether there is an error more than in the repaired source.
   bool refuses(const CheckTexts& texts) {
     return CheckCompile(texts, name_, kind_).errors() > remaining_;
@@ -183,6 +184,7 @@ void Check::add_faults() {
     CheckSource& source = file->source;
     size_t tried = 0;
     for (CheckFault& fault : source.faults) {
+      if (fault.follows) continue;
       ToolFinding finding;
       finding.place = fault.place;
       finding.rule = fault.rule;
@@ -367,8 +369,22 @@ void Check::apply_settings() {
   });
 }
 
+// A name on the line of an error in the syntax may be none, or be cut.
+void Check::drop_doubtful_names() {
+  std::set<std::pair<std::string, uint32_t>> lines;
+  for (const ToolFinding& finding : result_.findings)
+    if (finding.rule == "syntax-error" || finding.rule == "missing-part" ||
+        finding.rule == "unclosed-text")
+      lines.emplace(finding.place.file, finding.place.line);
+  std::erase_if(result_.findings, [&](const ToolFinding& finding) {
+    return finding.rule == "undefined-name" &&
+           lines.contains({finding.place.file, finding.place.line});
+  });
+}
+
 void Check::finish() {
   auto& findings = result_.findings;
+  drop_doubtful_names();
   apply_settings();
   if (findings.size() > MOST_FINDINGS) {
     // The compiler's own are not left out.

@@ -21,6 +21,11 @@ constexpr size_t SNAPSHOT = 16;     // a stack is kept every so many
 constexpr size_t LOOK_SHORT = 12;   // tokens that each change is tried on
 constexpr size_t LOOK_LONG = 1000;  // and the best ones
 constexpr size_t TO_THE_END = 1000000;
+constexpr ptrdiff_t WORDS_BACK = 16;  // tokens that are asked for lost words
+// A repair that the parser follows no further than that has mended little; of
+// more than so many in a row only the first ones are told.
+constexpr size_t LITTLE = 6;
+constexpr size_t MOST_LITTLE = 2;
 
 struct Entry {
   int state;
@@ -129,6 +134,7 @@ struct Change {
     SPELL,         // another keyword was meant
     KEYWORD_NAME,  // a keyword stands for a name
     WRONG_END,
+    SUB_END,  // in other words
     BRACKETS,
     CALL_WORD,
     OPERATOR,   // of another language
@@ -147,6 +153,19 @@ struct Change {
   std::string text;   // in the place of what is removed, if not `put`
   size_t progress = 0;
 };
+
+size_t Indentation(const CheckToken& token) {
+  const std::string_view line =
+      token.source->line(token.source->line_of(token.begin));
+  return std::min(line.find_first_not_of(" \t"), line.size());
+}
+
+// Whether the token is the first one of its line.
+bool BeginsLine(const CheckToken& token) {
+  return token.begin ==
+         token.source->line_start(token.source->line_of(token.begin)) +
+             Indentation(token);
+}
 
 class Repair {
  public:
@@ -186,6 +205,9 @@ class Repair {
         outcome != Outcome::SHIFTED)
       return outcome;
     if (count_ % SNAPSHOT == 0) snapshots_.push_back({count_, stack_});
+    if (token.kind == TOKEN_SUB &&
+        (history_.empty() || history_.back().kind != TOKEN_END))
+      routine_ = {stack_, token};
     apply(token);
     history_.push_back(token);
     count_++;
@@ -268,7 +290,9 @@ class Repair {
   void collect(const CheckToken& error);
   void collect_spellings();
   void collect_ends();
+  void collect_words();
   void collect_constructs();
+  void collect_skips();
   void collect_foreign(const CheckToken& error);
   void consider(Change change) {
     if (change.back <= static_cast<size_t>(-back_limit()))
@@ -297,6 +321,10 @@ class Repair {
   }
   ptrdiff_t statement_start() const;
 
+  size_t end_of_routine(const Change& change);
+  void leave_routine(const Change& change, const CheckToken& error,
+                     size_t sync);
+  void mute(const Change& change);
   void make(const Change& change, const CheckToken& error);
   void report(const Change& change, const CheckToken& error);
   void report_missing(const Change& change, const CheckToken& error);
@@ -321,6 +349,12 @@ class Repair {
   std::deque<CheckToken> history_;
   std::deque<std::pair<size_t, std::vector<Entry>>> snapshots_;
   size_t count_ = 0;
+  // The last SUB that began a routine, and the stack in front of it.
+  struct Routine {
+    std::vector<Entry> stack;
+    CheckToken sub;
+  } routine_;
+  size_t little_ = 0;  // repairs in a row that mended little
   size_t included_ = 0;
   bool include_now_ = false;
 
@@ -531,6 +565,96 @@ void Repair::collect_ends() {
     for (const int block : BLOCKS)
       consider({Change::WRONG_END, 0, 1, {TOKEN_END, block}, 5, false, ""});
   }
+}
+
+// Words at the beginning of a line that are lost, or a part of them: what a
+// statement begins with, END of END IF, the end of a SUB.
+void Repair::collect_words() {
+  static constexpr int FIRST[] = {TOKEN_IF,     TOKEN_WHILE, TOKEN_SELECT,
+                                  TOKEN_COMMON, TOKEN_SUB,   TOKEN_INTEGER,
+                                  TOKEN_END};
+  const auto begins = [&](ptrdiff_t at) { return BeginsLine(near(at)); };
+  for (ptrdiff_t at = 0; at >= std::max(back_limit(), -WORDS_BACK); at--) {
+    if (!begins(at) || near(at).made) continue;
+    const auto back = static_cast<size_t>(-at);
+    for (const int word : FIRST) {
+      if (word != TOKEN_END && at < 0)
+        consider({Change::PUT_IN, back, 0, {word}, 6, false, ""});
+      if (kind_at(at) == TOKEN_IDENT &&
+          CheckSpelling(word).starts_with(near(at).text()))
+        consider({Change::SPELL, back, 1, {word}, 3, false, ""});
+    }
+  }
+  for (ptrdiff_t at = 0; at > std::max(back_limit(), -WORDS_BACK); at--) {
+    const auto back = static_cast<size_t>(-at);
+    const int kind = kind_at(at);
+    const bool after_end = kind_at(at - 1) == TOKEN_END;
+    const bool is_block = kind == TOKEN_IF || kind == TOKEN_WHILE ||
+                          kind == TOKEN_SELECT || kind == TOKEN_COMMON ||
+                          kind == TOKEN_SUB;
+    if (is_block && begins(at) && !after_end && at < 0)
+      consider({Change::PUT_IN, back, 0, {TOKEN_END}, 4, false, ""});
+    // END, and SUB on a line below it.
+    if (kind == TOKEN_SUB && begins(at) && after_end && begins(at - 1))
+      consider({Change::SUB_END, back + 1, 1, {TOKEN_SUBEND}, 2, false, ""});
+    // The file that a SUB begins in ends in front of SUBEND.
+    if (near(at - 1).source != near(at).source)
+      consider({Change::PUT_IN, back, 0, {TOKEN_SUBEND}, 4, false, ""});
+  }
+  if (kind_at(0) == TOKEN_SUB && kind_at(1) == TOKEN_END)
+    consider({Change::SUB_END, 0, 2, {TOKEN_SUBEND}, 2, false, ""});
+  if (kind_at(0) == TOKEN_END && begins(0) && begins(1))
+    consider({Change::SUB_END, 0, 1, {TOKEN_SUBEND}, 3, false, ""});
+}
+
+// What is on the lines of the error: up to the ";", or to their end. A few
+// tokens round it.
+void Repair::collect_skips() {
+  const auto line_of = [&](ptrdiff_t at) {
+    const CheckToken& token = near(at);
+    return std::pair(token.source, token.source->line_of(std::min<size_t>(
+                                       token.begin, token.source->size())));
+  };
+  const auto count = static_cast<ptrdiff_t>(ahead_.size());
+  ptrdiff_t end = 0;
+  while (end + 1 < count && line_of(end) == line_of(0)) end++;
+  ptrdiff_t semicolon = 0;
+  while (semicolon + 1 < count && kind_at(semicolon) != TOKEN_SEMICOLON)
+    semicolon++;
+  ptrdiff_t start = 0;
+  for (int lines = 0; lines < 2; lines++) {
+    if (start > back_limit()) {
+      const auto line = line_of(lines == 0 ? 0 : start - 1);
+      while (start > back_limit() && line_of(start - 1) == line) start--;
+    }
+    for (const ptrdiff_t last : {end, semicolon + 1})
+      if (last > start && last < count)
+        consider({Change::SKIPPED,
+                  static_cast<size_t>(-start),
+                  static_cast<size_t>(last - start),
+                  {},
+                  9,
+                  false,
+                  ""});
+  }
+  // Of the statement and of the line that the error is in.
+  ptrdiff_t first = 0, behind = 0;
+  while (first > std::max<ptrdiff_t>(back_limit(), -2) &&
+         kind_at(first - 1) != TOKEN_SEMICOLON &&
+         line_of(first - 1) == line_of(0))
+    first--;
+  while (behind < std::min<ptrdiff_t>(end, 3) &&
+         kind_at(behind) != TOKEN_SEMICOLON)
+    behind++;
+  for (ptrdiff_t from = first; from <= 0; from++)
+    for (ptrdiff_t to = std::max<ptrdiff_t>(0, from + 2); to <= behind; to++)
+      consider({Change::TAKE_OUT,
+                static_cast<size_t>(-from),
+                static_cast<size_t>(to - from),
+                {},
+                7,
+                false,
+                ""});
 }
 
 // Whole constructs that stand in a wrong place.
@@ -772,6 +896,8 @@ void Repair::collect(const CheckToken& error) {
   }
   collect_spellings();
   collect_ends();
+  collect_words();
+  collect_skips();
   collect_constructs();
   collect_foreign(error);
   const ptrdiff_t start = statement_start();
@@ -847,8 +973,95 @@ bool Repair::repair(const CheckToken& error) {
     return false;
   }
   const Change change = *chosen;
-  make(change, error);
+  const size_t sync = end_of_routine(change);
+  if (sync > 0)
+    leave_routine(change, error, sync);
+  else
+    make(change, error);
+  mute(change);
   return true;
+}
+
+// Where the parser can go on when it leaves out the routine that it is in: the
+// number of a token ahead, or 0. That is better than a change behind which the
+// parser stumbles over the end of the routine, or the beginning of something,
+// because it has lost what is around it.
+size_t Repair::end_of_routine(const Change& change) {
+  const auto is_structure = [](int kind) {
+    return kind == TOKEN_SUBEND || kind == TOKEN_SUB || kind == TOKEN_IMPORT ||
+           kind == TOKEN_COMMON || kind == TOKEN_INTEGER ||
+           kind == TOKEN_REAL || kind == TOKEN_STRING || kind == TOKEN_POINT ||
+           kind == TOKEN_END_OF_INPUT;
+  };
+  const Entry* sub = opening(TOKEN_SUB);
+  if (sub == nullptr || sub->token.source != ahead_[0].source ||
+      routine_.stack.empty() || routine_.sub.source != sub->token.source ||
+      routine_.sub.begin != sub->token.begin ||
+      change.progress >= ahead_.size() ||
+      !is_structure(ahead_[change.progress].kind))
+    return 0;
+  size_t sync = 0;
+  for (size_t at = 0; at < ahead_.size() && sync == 0; at++) {
+    const CheckToken& token = ahead_[at];
+    if (token.source != sub->token.source) return 0;
+    if (token.kind == TOKEN_SUBEND) sync = at + 1;
+    if (at > 0 && token.kind == TOKEN_SUB && BeginsLine(token) &&
+        ahead_[at - 1].kind != TOKEN_END)
+      sync = at;
+  }
+  if (sync == 0) return 0;
+  std::vector<int> states;
+  for (const Entry& entry : routine_.stack) states.push_back(entry.state);
+  for (size_t at = sync; at < ahead_.size(); at++) {
+    const Outcome outcome = shift(&states, ahead_[at].kind);
+    if (outcome == Outcome::ACCEPTED) return sync;
+    if (outcome != Outcome::SHIFTED)
+      return at > change.progress + LOOK_SHORT ? sync : 0;
+  }
+  return sync;
+}
+
+// Tells of the change, but goes on as if the routine was not there.
+void Repair::leave_routine(const Change& change, const CheckToken& error,
+                           size_t sync) {
+  fault_ = nullptr;
+  report(change, error);
+  CheckSource* source = routine_.sub.source;
+  const size_t begin = routine_.sub.begin, end = ahead_[sync - 1].end;
+  std::string blanks(source->part(begin, end));
+  for (char& c : blanks)
+    if (c != '\n') c = ' ';
+  source->repair(fault_, begin, end, blanks);
+  CheckScanner scanner(source);
+  scanner.note_faults(false);
+  scanner.move(begin);
+  for (CheckToken token = scanner.next();
+       token.kind != TOKEN_END_OF_INPUT && token.begin < end;
+       token = scanner.next())
+    if (token.kind == TOKEN_IDENT) dropped_->emplace(token.text());
+  for (size_t i = 0; i < sync; i++) (void)stream_.next();
+  stack_ = routine_.stack;
+  history_.clear();
+  snapshots_.clear();
+  count_ += SNAPSHOT - count_ % SNAPSHOT;  // a stack is kept at once
+  include_now_ = false;
+}
+
+// Of faults that come one behind the other, without a statement between them,
+// the later ones follow from the first.
+void Repair::mute(const Change& change) {
+  const bool is_vague =
+      change.kind == Change::TAKE_OUT || change.kind == Change::SKIPPED ||
+      change.kind == Change::KEYWORD_NAME ||
+      (change.kind == Change::PUT_IN && change.put[0] != TOKEN_SEMICOLON);
+  bool little = change.progress < LITTLE;
+  for (size_t at = 0; at < change.progress && little; at++)
+    little = kind_at(static_cast<ptrdiff_t>(at)) != TOKEN_SEMICOLON;
+  if (!little || !is_vague) {
+    if (!little) little_ = 0;
+    return;
+  }
+  if (++little_ > MOST_LITTLE && fault_ != nullptr) fault_->follows = true;
 }
 
 // Findings --------------------------------------------------------------------
@@ -902,19 +1115,6 @@ struct Unclosed {
   CheckToken closed_by;  // what looks like the end of an outer block
   bool found = false;
 };
-
-size_t Indentation(const CheckToken& token) {
-  const std::string_view line =
-      token.source->line(token.source->line_of(token.begin));
-  return std::min(line.find_first_not_of(" \t"), line.size());
-}
-
-// Whether the token is the first one of its line.
-bool BeginsLine(const CheckToken& token) {
-  return token.begin ==
-         token.source->line_start(token.source->line_of(token.begin)) +
-             Indentation(token);
-}
 
 Unclosed FindUnclosed(const CheckToken& opening, const CheckToken& end) {
   Unclosed unclosed = {opening, end, false};
@@ -987,7 +1187,7 @@ void Repair::report_missing_end(const Change& change, const CheckToken& error) {
   }
 }
 
-void Repair::report_missing(const Change& change, const CheckToken& error) {
+void Repair::report_missing(const Change& change, const CheckToken&) {
   const auto at = -static_cast<ptrdiff_t>(change.back);
   const int token = change.put[0];
   switch (token) {
@@ -1004,13 +1204,13 @@ void Repair::report_missing(const Change& change, const CheckToken& error) {
                    (expression  ? std::string("an expression")
                     : statement ? std::string("a statement")
                                 : CheckWordOf(token)) +
-                       " is missing in front of " + CheckWordOf(error.kind));
+                       " is missing in front of " + CheckWordOf(kind_at(at)));
       return;
     }
     default:
       fault_behind("missing-part", at,
-                   CheckWordOf(token) + " is missing in front of " +
-                       CheckWordOf(error.kind));
+                   (token == TOKEN_INTEGER ? "a type" : CheckWordOf(token)) +
+                       " is missing in front of " + CheckWordOf(kind_at(at)));
   }
 }
 
@@ -1065,7 +1265,8 @@ void Repair::report(const Change& change, const CheckToken& error) {
       for (const int token : change.put)
         word += (word.empty() ? "" : " ") + CheckSpelling(token);
       const std::string found(first.text());
-      if (meant.distance == 0 && change.put.size() == 1)
+      if (meant.distance == 0 && !meant.tokens.empty() &&
+          change.put.size() == 1)
         fault("keyword-case", first, first,
               "'" + found + "' is no keyword: keywords are written in capitals",
               "write " + word);
@@ -1092,6 +1293,12 @@ void Repair::report(const Change& change, const CheckToken& error) {
       return;
     }
     case Change::WRONG_END: return report_wrong_end(change, error);
+    case Change::SUB_END: {
+      const std::string found(first.source->part(first.begin, last.end));
+      fault("wrong-end", first, last, found + " does not end a SUB",
+            "write SUBEND");
+      return;
+    }
     case Change::BRACKETS:
       fault("wrong-bracket", first, first,
             "subscripts and arguments stand between '(' and ')'");

@@ -31,6 +31,7 @@ struct CheckFault {
   uint32_t cut_line = 0;
   bool safe = false;     // the repair is what was meant, beyond doubt
   bool refused = false;  // the compiler surely refuses it
+  bool follows = false;  // from others, so nothing is said of it
 };
 
 struct CheckSource {
