@@ -128,6 +128,7 @@ class Linter {
   void declarator(uint32_t number, uint32_t type);
   void declaration(uint32_t number);
   void allocate(const std::vector<Child>& children);
+  void handler(uint32_t number);
   void object(uint32_t number);
   void attribute(const std::vector<Child>& children,
                  std::map<std::string, uint32_t>* list);
@@ -811,6 +812,10 @@ void Linter::attribute(const std::vector<Child>& children,
                "'" + name + "' is set a second time",
                "both values are in the compiled file"),
            row->second, "the first time");
+  if (!children[1].is_node && text(children[1].number) != "=")
+    add("ignored-operator", children[1].number, children[1].number,
+        "an attribute has no operator '" + text(children[1].number) + "'",
+        "the value is set, as with '='");
   const bool integer = is_token(children[2], TOKEN_ICONST);
   const auto [type, first_use] =
       attribute_types_.emplace(name, std::pair(token, integer));
@@ -825,11 +830,32 @@ void Linter::attribute(const std::vector<Child>& children,
   if (uses.second++ == 0) uses.first = token;
 }
 
+// Of several keys that a handler names only the last one counts.
+void Linter::handler(uint32_t number) {
+  std::vector<Child> children;
+  Children(tree_, number, &children);
+  uint32_t last = SYNTAX_NONE;
+  for (size_t i = children.size(); i-- > 0;) {
+    const Child& child = children[i];
+    if (!child.is_node || symbol(child.number) != SYMBOL_event ||
+        kind(node(child.number).first_token) != TOKEN_KEY)
+      continue;
+    if (last == SYNTAX_NONE)
+      last = node(child.number).first_token;
+    else
+      relate(add("lost-key", first(child), this->last(child),
+                 "a handler has one key: this one is lost",
+                 "write a handler for each key"),
+             last, "this one counts");
+  }
+}
+
 // The attributes of an object, in the order of the text.
 void Linter::object(uint32_t number) {
   std::vector<Child> children, parts;
   Children(tree_, number, &children);
   std::map<std::string, uint32_t> list;
+  uint32_t module = SYNTAX_NONE;  // its MODULE
   bool top =
       node(number).parent != SYNTAX_NONE &&
       (symbol(node(number).parent) == SYMBOL_input || node(number).parent == 0);
@@ -861,6 +887,16 @@ void Linter::object(uint32_t number) {
         Children(tree_, child.number, &parts);
         attribute(parts, &list);
         break;
+      case SYMBOL_module_block: {
+        const uint32_t begin = first(child);
+        if (module != SYNTAX_NONE)
+          relate(add("duplicate-module", begin, begin,
+                     "a second MODULE block of this object",
+                     "it takes the place of the one before"),
+                 module, "this one is lost");
+        module = begin;
+        break;
+      }
       case SYMBOL_common_member:
       case SYMBOL_attributes: {
         std::vector<Child> inner;
@@ -935,7 +971,10 @@ LintResult Linter::run() {
       case SYMBOL_text_object:
       case SYMBOL_group:
       case SYMBOL_label:
-      case SYMBOL_event_handler: object(i); break;
+      case SYMBOL_event_handler:
+        handler(i);
+        object(i);
+        break;
       default: break;
     }
   }
