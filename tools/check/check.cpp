@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "Cutil/codes.h"
+#include "elut/compile/builtins.h"
 #include "elut/grammar.h"
 #include "services/environment.h"
 #include "tools/check/lint.h"
@@ -68,6 +69,14 @@ class Check {
   }
   void add(ToolFinding finding) {
     result_.findings.push_back(std::move(finding));
+  }
+  void add_note(std::string message) {
+    ToolFinding note;
+    note.place.file = name_;
+    note.severity = ToolSeverity::NOTE;
+    note.message = std::move(message);
+    note.rule = "syntax-error";
+    add(std::move(note));
   }
   Repaired* repaired(const std::string& name);
   ToolRange place_of(const CheckReport& report, std::string_view word);
@@ -203,6 +212,17 @@ void Check::add_faults() {
   }
 }
 
+// The built-in function that a name was meant for: sin, LENGTH.
+std::string BuiltinNear(std::string_view word) {
+  std::string upper(word);
+  for (char& c : upper)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  static const std::vector<std::string> names(std::begin(MC_BUILTIN_NAMES),
+                                              std::end(MC_BUILTIN_NAMES));
+  if (std::ranges::find(names, upper) != names.end()) return upper;
+  return upper == word && word.size() > 2 ? ToolNearest(upper, names) : "";
+}
+
 // What the compiler says about the repaired source.
 void Check::add_reports(const CheckOutcome& outcome) {
   bool syntax = false;
@@ -223,9 +243,12 @@ void Check::add_reports(const CheckOutcome& outcome) {
     if (finding.rule == "undefined-name") {
       if (dropped_.contains(word)) continue;
       // One of another spelling, which is a fault of its own.
-      if (place.end_column - place.column != word.size()) continue;
+      if (place.end_column - place.column != word.size() ||
+          place.text.find(word) == std::string::npos)
+        continue;
       finding.message = "the variable '" + word + "' is not declared";
-      const std::string near = ToolNearest(word, variables_);
+      std::string near = ToolNearest(word, variables_);
+      if (near.empty()) near = BuiltinNear(word);
       if (!near.empty()) finding.hint = "did you mean '" + near + "'?";
       const auto [known, fresh] = names.emplace(word, result_.findings.size());
       if (!fresh) {
@@ -340,7 +363,11 @@ void Check::add_lint(const CheckTexts& texts) {
            tree.text_of(token);
   };
   for (LintFinding& row : lint.findings) {
-    if (original_.refused() && (is_repair(row.first) || DependsOnAll(row.rule)))
+    if (original_.refused() &&
+        (is_repair(row.first) || DependsOnAll(row.rule) ||
+         // The value behind the name and its "=".
+         (row.rule == std::string_view("attribute-type") &&
+          is_repair(row.related + 2))))
       continue;
     ToolFinding finding;
     finding.place = range(row.first, row.last);
@@ -393,11 +420,7 @@ void Check::finish() {
         [](const ToolFinding& finding) { return finding.refused; });
     const size_t left_out = findings.size() - MOST_FINDINGS;
     findings.resize(MOST_FINDINGS);
-    ToolFinding note;
-    note.place.file = name_;
-    note.severity = ToolSeverity::NOTE;
-    note.message = std::to_string(left_out) + " further findings";
-    add(std::move(note));
+    add_note(std::to_string(left_out) + " further findings");
   }
   std::ranges::stable_sort(findings, [](const auto& a, const auto& b) {
     return std::tie(a.place.file, a.place.line, a.place.column) <
@@ -467,9 +490,15 @@ CheckResult Check::run() {
     finish();
     return std::move(result_);
   }
-  if (original_.refused())
+  if (original_.refused()) {
     complete_ = CheckRepair(&files_, main_, kind_, MOST_REPAIRS, &dropped_);
-  else
+    size_t faults = 0;
+    for (const auto& [name, file] : files_.all())
+      faults += file->source.faults.size();
+    if (!complete_ && faults >= MOST_REPAIRS)
+      add_note(
+          "the rest of the file is not checked: there are too many errors");
+  } else
     CheckScanAll(main_);
   const CheckTexts texts = files_.repaired();
   add_fixes();

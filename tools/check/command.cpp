@@ -125,7 +125,7 @@ class Run {
   CheckSettingsOf settings_;
   std::string out_;
   ToolFindingWriter writer_;
-  ToolBaseline known_, written_;
+  ToolBaseline known_{options_.baseline}, written_{options_.baseline};
   ToolCounts counts_;
   size_t with_findings_ = 0, hidden_ = 0;
   std::set<std::string> shown_;  // findings in files that others include
@@ -224,8 +224,7 @@ void Run::print(Done* done) {
 }
 
 int Run::run() {
-  if (!options_.baseline.empty() && !options_.write_baseline &&
-      !known_.read(options_.baseline))
+  if (!options_.baseline.empty() && !options_.write_baseline && !known_.read())
     return Misused("cannot read '" + options_.baseline + "'");
   done_.resize(options_.sources.size());
   unsigned jobs = options_.jobs != 0
@@ -257,7 +256,7 @@ int Run::run() {
             "\n";
   }
   flush();
-  if (options_.write_baseline && !written_.write(options_.baseline))
+  if (options_.write_baseline && !written_.write())
     return Misused("cannot write '" + options_.baseline + "'");
   return status_;
 }

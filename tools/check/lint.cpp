@@ -127,6 +127,8 @@ class Linter {
   void arguments(const std::vector<Child>& children, uint32_t name);
   void declarator(uint32_t number, uint32_t type);
   void declaration(uint32_t number);
+  void range(const Child& low, const Child& high, const char* what);
+  void range_of(uint32_t number, const char* what);
   void allocate(const std::vector<Child>& children);
   void handler(uint32_t number);
   void object(uint32_t number);
@@ -135,6 +137,7 @@ class Linter {
   void key(uint32_t token);
   void symbols();
   void routines();
+  void attribute_types();
   void attributes();
 
   const SyntaxTree& tree_;
@@ -143,7 +146,11 @@ class Linter {
   LintResult result_;
   std::vector<State> state_;
   std::map<std::pair<uint32_t, std::string>, Sub> subs_;  // by program and name
-  std::map<std::string, std::pair<uint32_t, bool>> attribute_types_;
+  struct AttributeValue {
+    uint32_t name, first, last;  // tokens
+    bool integer;
+  };
+  std::map<std::string, std::vector<AttributeValue>> attribute_values_;
   std::map<std::string, std::pair<uint32_t, size_t>> attribute_uses_;
   std::map<std::string, uint32_t> editors_;
 };
@@ -501,6 +508,22 @@ void Linter::arguments(const std::vector<Child>& children, uint32_t name) {
            sub.name_token, "it has no RETURN");
 }
 
+// Two constants, of which the first is not to be the larger one.
+void Linter::range(const Child& low, const Child& high, const char* what) {
+  const auto from = constant(low), to = constant(high);
+  if (!from || !to || *from <= *to) return;
+  add("empty-range", first(low), last(high),
+      std::string("the ") + what + " has no value in it",
+      "the lower bound stands first");
+}
+
+// The parts of a node that is LOW : HIGH, or LOW TO HIGH.
+void Linter::range_of(uint32_t number, const char* what) {
+  std::vector<Child> both;
+  Children(tree_, number, &both);
+  if (both.size() == 3) range(both[0], both[2], what);
+}
+
 void Linter::allocate(const std::vector<Child>& children) {
   for (const Child& child : children) {
     if (!child.is_node && kind(child.number) != TOKEN_IDENT) continue;
@@ -734,14 +757,6 @@ void Linter::declarator(uint32_t number, uint32_t type) {
   if (const SyntaxUse* use = names_.at(name))
     state_[use->symbol].declarator = number;
   size_t at = 1;
-  const auto range = [&](const Child& low, const Child& high,
-                         const char* what) {
-    const auto from = constant(low), to = constant(high);
-    if (!from || !to || *from <= *to) return;
-    add("empty-range", first(low), last(high),
-        std::string("the ") + what + " has no value in it",
-        "the lower bound stands first");
-  };
   if (at < children.size() && is_token(children[at], TOKEN_LEFT_BRACKET) &&
       children.size() > at + 4) {
     if (kind(type) == TOKEN_STRING || kind(type) == TOKEN_POINT)
@@ -762,9 +777,7 @@ void Linter::declarator(uint32_t number, uint32_t type) {
     count++;
     if (is_token(children[i], TOKEN_STAR)) continue;
     if (children[i].is_node && symbol(children[i].number) == SYMBOL_dimension) {
-      std::vector<Child> both;
-      Children(tree_, children[i].number, &both);
-      if (both.size() == 3) range(both[0], both[2], "dimension");
+      range_of(children[i].number, "dimension");
     } else if (const auto high = constant(children[i]); high && *high < 1) {
       add("empty-range", first(children[i]), last(children[i]),
           "the dimension has no element",
@@ -817,15 +830,8 @@ void Linter::attribute(const std::vector<Child>& children,
         "an attribute has no operator '" + text(children[1].number) + "'",
         "the value is set, as with '='");
   const bool integer = is_token(children[2], TOKEN_ICONST);
-  const auto [type, first_use] =
-      attribute_types_.emplace(name, std::pair(token, integer));
-  if (!first_use && type->second.second != integer)
-    relate(add("attribute-type", first(children[2]), last(children[2]),
-               "'" + name + "' is " + (integer ? "a text" : "an integer") +
-                   " where it was used first",
-               integer ? "the value becomes the empty text"
-                       : "the value becomes 0"),
-           type->second.first, "the first use");
+  attribute_values_[name].push_back(
+      {token, first(children[2]), last(children[2]), integer});
   auto& uses = attribute_uses_[name];
   if (uses.second++ == 0) uses.first = token;
 }
@@ -915,8 +921,43 @@ void Linter::object(uint32_t number) {
   }
 }
 
+// The first use of an attribute decides whether it is an integer or a text.
+void Linter::attribute_types() {
+  for (const auto& [name, values] : attribute_values_) {
+    const AttributeValue& decides = values.front();
+    const auto others =
+        std::ranges::count_if(values, [&](const AttributeValue& value) {
+          return value.integer != decides.integer;
+        });
+    const auto is = [&](bool integer) {
+      return std::string(integer ? "an integer" : "a text");
+    };
+    const char* becomes = decides.integer ? "the value becomes 0"
+                                          : "the value becomes the empty text";
+    // When it is the first one that stands alone, it is the one to be changed.
+    if (static_cast<size_t>(others) > 1 &&
+        static_cast<size_t>(others) + 1 == values.size()) {
+      relate(add("attribute-type", decides.first, decides.last,
+                 "'" + name + "' is " + is(decides.integer) + " here, and " +
+                     is(!decides.integer) + " in the " +
+                     std::to_string(others) + " other places",
+                 std::string("there ") + becomes),
+             values[1].name, "the next one");
+      continue;
+    }
+    for (const AttributeValue& value : values)
+      if (value.integer != decides.integer)
+        relate(add("attribute-type", value.first, value.last,
+                   "'" + name + "' is " + is(decides.integer) +
+                       " where it was used first",
+                   becomes),
+               decides.name, "the first use");
+  }
+}
+
 // An attribute that is used once, and one of nearly the same name often.
 void Linter::attributes() {
+  attribute_types();
   for (const auto& [name, use] : attribute_uses_) {
     if (use.second != 1 || name.size() < 4) continue;
     for (const auto& [other, uses] : attribute_uses_) {
@@ -948,6 +989,13 @@ LintResult Linter::run() {
       case SYMBOL_assignment: assignment(i); break;
       case SYMBOL_message:
       case SYMBOL_mask_message: message(i); break;
+      case SYMBOL_case_label: range_of(i, "CASE"); break;
+      case SYMBOL_allocate_item:
+        Children(tree_, i, &children);
+        for (const Child& child : children)
+          if (child.is_node && symbol(child.number) == SYMBOL_dimension)
+            range_of(child.number, "dimension");
+        break;
       case SYMBOL_variable: subscripts(i); break;
       case SYMBOL_variable_reference: reference(i); break;
       case SYMBOL_variable_declaration: declaration(i); break;

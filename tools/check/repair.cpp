@@ -756,6 +756,14 @@ void Repair::collect_foreign(const CheckToken& error) {
     if (is("--") && kind_at(at + 1) != TOKEN_IDENT)
       replace(Change::OPERATOR, at - 1, 2, {TOKEN_ASSIGNOP, TOKEN_ICONST},
               " -= 1");
+    if (is("++") && kind_at(at + 1) == TOKEN_IDENT)
+      replace(Change::OPERATOR, at - 1, 3,
+              {TOKEN_IDENT, TOKEN_ASSIGNOP, TOKEN_ICONST},
+              std::string(near(at + 1).text()) + " += 1");
+    if (is("--") && kind_at(at + 1) == TOKEN_IDENT)
+      replace(Change::OPERATOR, at - 1, 3,
+              {TOKEN_IDENT, TOKEN_ASSIGNOP, TOKEN_ICONST},
+              std::string(near(at + 1).text()) + " -= 1");
     // 08, 0X1F
     if (first == TOKEN_ICONST && near(at - 1).text().starts_with('0') &&
         (second == TOKEN_ICONST || second == TOKEN_RCONST ||
@@ -866,6 +874,8 @@ void Repair::collect(const CheckToken& error) {
   }
   if (error.kind != TOKEN_END_OF_INPUT) {
     const bool light =
+        (error.kind == TOKEN_SEMICOLON && !history_.empty() &&
+         kind_at(-1) == TOKEN_SEMICOLON) ||
         error.kind == TOKEN_COMMA || error.kind == TOKEN_RIGHT_PAREN ||
         error.kind == TOKEN_RIGHT_BRACE || error.kind == TOKEN_RIGHT_BRACKET;
     consider({Change::TAKE_OUT, 0, 1, {}, light ? 3 : 5, false, ""});
@@ -1195,6 +1205,15 @@ void Repair::report_missing(const Change& change, const CheckToken&) {
       fault_behind("missing-semicolon", at, "';' is missing here");
       fault_->safe = true;
       return;
+    case TOKEN_PRINT:
+      if (kind_at(at) == TOKEN_FNNAME) {
+        fault("missing-call", near(at), near(at),
+              "an FN call is an expression, and no statement",
+              "CALL " + std::string(near(at).text().substr(2)) +
+                  " calls the SUB for itself");
+        return;
+      }
+      break;
     case TOKEN_IDENT:
     case TOKEN_ICONST: {
       const std::string words = CheckWordsOf(expected());
@@ -1207,11 +1226,11 @@ void Repair::report_missing(const Change& change, const CheckToken&) {
                        " is missing in front of " + CheckWordOf(kind_at(at)));
       return;
     }
-    default:
-      fault_behind("missing-part", at,
-                   (token == TOKEN_INTEGER ? "a type" : CheckWordOf(token)) +
-                       " is missing in front of " + CheckWordOf(kind_at(at)));
+    default: break;
   }
+  fault_behind("missing-part", at,
+               (token == TOKEN_INTEGER ? "a type" : CheckWordOf(token)) +
+                   " is missing in front of " + CheckWordOf(kind_at(at)));
 }
 
 void Repair::report_wrong_end(const Change& change, const CheckToken&) {
@@ -1231,8 +1250,27 @@ void Repair::report_wrong_end(const Change& change, const CheckToken&) {
          "the block to be closed is this " + CheckWordOf(block)});
 }
 
+// Without its article.
+std::string BareWordOf(int token) {
+  std::string word = CheckWordOf(token);
+  for (const std::string_view article : {"a ", "an ", "the "})
+    if (word.starts_with(article)) return word.substr(article.size());
+  return word;
+}
+
 void Repair::report_unexpected(const CheckToken& error, size_t, size_t,
                                ptrdiff_t from, ptrdiff_t to) {
+  // ELSEIF, which would take one END IF more.
+  if (!history_.empty() && kind_at(-1) == TOKEN_IDENT) {
+    const CheckToken& word = near(-1);
+    const CheckMeant meant = CheckMeantBy(word.text());
+    if (meant.tokens.size() == 2 && meant.tokens[0] == TOKEN_ELSE) {
+      fault("misspelled-keyword", word, word,
+            "'" + std::string(word.text()) + "' is no keyword",
+            "write ELSE IF, which has an END IF of its own");
+      return;
+    }
+  }
   std::string message =
       error.kind == TOKEN_END_OF_INPUT
           ? "the file ends too early"
@@ -1240,7 +1278,7 @@ void Repair::report_unexpected(const CheckToken& error, size_t, size_t,
                                      error.kind == TOKEN_FNNAME ||
                                      error.kind == TOKEN_CFNNAME
                                  ? "name '" + std::string(error.text()) + "'"
-                                 : CheckWordOf(error.kind));
+                                 : BareWordOf(error.kind));
   const std::string words = CheckWordsOf(expected());
   (void)from;
   (void)to;
@@ -1368,7 +1406,7 @@ void Repair::report(const Change& change, const CheckToken& error) {
       }
       if (change.back > 0) {
         fault("syntax-error", first, last,
-              "unexpected " + CheckWordOf(first.kind));
+              "unexpected " + BareWordOf(first.kind));
         return;
       }
       return report_unexpected(error, 0, 0, 0, 0);
@@ -1475,17 +1513,28 @@ void Repair::begin_file() {
         return;  // its spelling is repaired where it is met
   }
   if (mask) return;
-  const bool module = first.kind == TOKEN_SUB;
   fault("no-header", first, first,
         "a program begins with PROGRAM NAME;, a module with MODULE NAME;");
   if (first.kind == TOKEN_END_OF_INPUT)
     fault_->message = "the file has no PROGRAM and no MODULE in it";
-  (void)module;
-  first.source->repair(fault_, first.begin, first.begin, "PROGRAM name; ");
+  // A file of nothing but SUBs would be a module.
+  const std::string_view text = first.source->part(0, first.source->size());
+  const size_t last = text.find_last_not_of(" \t\n\f");
+  const bool module = first.kind == TOKEN_SUB && last != text.npos &&
+                      (text.substr(0, last + 1).ends_with("SUBEND") ||
+                       text.substr(0, last + 1).ends_with("END SUB"));
+  const bool empty = first.kind == TOKEN_END_OF_INPUT;
+  std::vector<int> tokens = {module ? TOKEN_MODULE : TOKEN_PROGRAM, TOKEN_IDENT,
+                             TOKEN_SEMICOLON};
+  if (empty) tokens.push_back(TOKEN_SEMICOLON);
+  first.source->repair(fault_, first.begin, first.begin,
+                       module  ? "MODULE name; "
+                       : empty ? "PROGRAM name; ;\n"
+                               : "PROGRAM name; ");
   CheckToken made = first;
   made.made = true;
-  for (const int token : {TOKEN_SEMICOLON, TOKEN_IDENT, TOKEN_PROGRAM}) {
-    made.kind = token;
+  for (size_t i = tokens.size(); i-- > 0;) {
+    made.kind = tokens[i];
     stream_.put_back(made);
   }
 }

@@ -2,6 +2,7 @@
 // asked once for each finding.
 #include "tools/findings/baseline.h"
 
+#include <filesystem>
 #include <fstream>
 
 #include "Cutil/ut_file.h"
@@ -18,36 +19,46 @@ std::string Column(std::string_view text) {
   return column;
 }
 
-std::string Key(const ToolFinding& finding) {
-  return finding.rule + "\t" + Column(finding.place.file) + "\t" +
-         Column(finding.message) + "\t" + Column(finding.place.text);
+std::filesystem::path Absolute(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::absolute(path, error).lexically_normal();
 }
 
 }  // namespace
 
-bool ToolBaseline::read(const std::string& path) {
-  std::ifstream file(path);
+ToolBaseline::ToolBaseline(const std::string& path)
+    : path_(path), directory_(Absolute(path).parent_path().string()) {}
+
+std::string ToolBaseline::key(const ToolFinding& finding) const {
+  const std::string file =
+      Absolute(finding.place.file).lexically_proximate(directory_).string();
+  return finding.rule + "\t" + Column(file) + "\t" + Column(finding.message) +
+         "\t" + Column(finding.place.text);
+}
+
+bool ToolBaseline::read() {
+  std::ifstream file(path_);
   if (!file.is_open()) return false;
   for (std::string line; std::getline(file, line);)
     if (!line.empty()) known_[line]++;
   return !file.bad();
 }
 
-bool ToolBaseline::write(const std::string& path) const {
+bool ToolBaseline::write() const {
   std::string text;
   for (const auto& [key, count] : known_)
     for (size_t i = 0; i < count; i++) text += key + "\n";
   UtOutputFile file;
-  return file.open(path.c_str()) == RC_OK &&
+  return file.open(path_.c_str()) == RC_OK &&
          file.write(text.data(), text.size()) && file.commit();
 }
 
 void ToolBaseline::add(const ToolFinding& finding) {
-  known_[Key(finding)]++;
+  known_[key(finding)]++;
 }
 
 bool ToolBaseline::take(const ToolFinding& finding) {
-  const auto found = known_.find(Key(finding));
+  const auto found = known_.find(key(finding));
   if (found == known_.end() || found->second == 0) return false;
   found->second--;
   return true;

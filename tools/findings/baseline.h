@@ -14,14 +14,22 @@
 
 class ToolBaseline {
  public:
+  // `path` is that of the baseline: its directory is where the names of files
+  // in it count from, however they were typed.
+  explicit ToolBaseline(const std::string& path);
+
   // False when the file cannot be read, or written as a whole.
-  [[nodiscard]] bool read(const std::string& path);
-  [[nodiscard]] bool write(const std::string& path) const;
+  [[nodiscard]] bool read();
+  [[nodiscard]] bool write() const;
 
   void add(const ToolFinding& finding);
   // True for a known finding, which is used up by that.
   bool take(const ToolFinding& finding);
 
  private:
+  std::string key(const ToolFinding& finding) const;
+
+  std::string path_;
+  std::string directory_;
   std::map<std::string, size_t> known_;
 };
