@@ -62,7 +62,7 @@ class Check {
   void add_lint(const CheckTexts& texts);
   void add_fixes();
   void apply_settings();
-  void drop_doubtful_names();
+  void drop_followers();
   // Whether there is an error more than in the repaired source.
   bool refuses(const CheckTexts& texts) {
     return CheckCompile(texts, name_, kind_).errors() > remaining_;
@@ -396,22 +396,47 @@ void Check::apply_settings() {
   });
 }
 
-// A name on the line of an error in the syntax may be none, or be cut.
-void Check::drop_doubtful_names() {
-  std::set<std::pair<std::string, uint32_t>> lines;
+// What follows from another finding. A name on the line of an error in the
+// syntax may be none, or be cut; where quotes do not pair, what stands between
+// them is taken for text and the text for something else.
+void Check::drop_followers() {
+  using Place = std::pair<std::string, uint32_t>;
+  static constexpr std::string_view VAGUE[] = {
+      "syntax-error", "missing-part", "missing-semicolon", "stray-character",
+      "keyword-as-name"};
+  const auto is_vague = [](const ToolFinding& finding) {
+    return std::ranges::find(VAGUE, finding.rule) != std::end(VAGUE);
+  };
+  std::map<Place, ToolFinding*> quotes;
+  for (ToolFinding& finding : result_.findings)
+    if (finding.rule == "unclosed-text")
+      quotes.emplace(Place(finding.place.file, finding.place.line), &finding);
+  std::set<Place> lines;
+  std::set<const ToolFinding*> followers;
+  for (const ToolFinding& finding : result_.findings) {
+    if (!is_vague(finding)) continue;
+    const Place place(finding.place.file, finding.place.line);
+    lines.insert(place);
+    for (const uint32_t line : {place.second, place.second - 1}) {
+      const auto quote = quotes.find({place.first, line});
+      if (quote == quotes.end()) continue;
+      quote->second->refused |= finding.refused;
+      followers.insert(&finding);
+    }
+  }
+  for (const auto& [place, finding] : quotes) lines.insert(place);
   for (const ToolFinding& finding : result_.findings)
-    if (finding.rule == "syntax-error" || finding.rule == "missing-part" ||
-        finding.rule == "unclosed-text")
-      lines.emplace(finding.place.file, finding.place.line);
+    if (finding.rule == "undefined-name" &&
+        lines.contains({finding.place.file, finding.place.line}))
+      followers.insert(&finding);
   std::erase_if(result_.findings, [&](const ToolFinding& finding) {
-    return finding.rule == "undefined-name" &&
-           lines.contains({finding.place.file, finding.place.line});
+    return followers.contains(&finding);
   });
 }
 
 void Check::finish() {
   auto& findings = result_.findings;
-  drop_doubtful_names();
+  drop_followers();
   apply_settings();
   if (findings.size() > MOST_FINDINGS) {
     // The compiler's own are not left out.
