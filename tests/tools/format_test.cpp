@@ -52,6 +52,7 @@ constexpr LayoutCase LAYOUTS[] = {
      "IF i ! f\nTHEN\ni=2;\n! g\nEND IF\n\n! h\n",
      "PROGRAM p;  !a\n!b\n\n# c\nINTEGER i;  ! d\ni = 1;      ! e\n"
      "IF i        ! f\n    THEN\n  i = 2;\n  ! g\nEND IF\n\n! h\n"},
+    {"\n\n\n! a\n\n\nPROGRAM p;\n;\n\n\n", "! a\n\nPROGRAM p;\n;\n"},
     // What stays.
     {"PROGRAM p;\nINTEGER i;\n! format off\ni  =  1;\n! format on\ni  =  1;\n"
      "i  =  = 2;\ni  =  3;\ni  =  4; ~\ni  =  5;\n",

@@ -604,7 +604,7 @@ class Layout {
                           closes == TOKEN_RIGHT_BRACE;
       column = (before.level + (inside ? 1U : 0U)) * style_.indent;
     }
-    if (gap.begin() > 0) new_line(feeds > 1 && !out_is_empty());
+    if (!out_is_empty()) new_line(feeds > 1);
     set_column(column);
     line_ += text;
     width_ += WidthOf(text);
