@@ -75,7 +75,6 @@ class Check {
     note.place.file = name_;
     note.severity = ToolSeverity::NOTE;
     note.message = std::move(message);
-    note.rule = "syntax-error";
     add(std::move(note));
   }
   Repaired* repaired(const std::string& name);
@@ -97,7 +96,8 @@ class Check {
   CheckNames undefined_;                // names that the compiler does not know
   std::vector<std::string> included_;   // files, as the tree has them
   std::map<std::string, std::unique_ptr<Repaired>> repaired_;
-  bool complete_ = true;  // the repairs go to the end of the source
+  bool complete_ = true;      // the repairs go to the end of the source
+  bool ended_early_ = false;  // because of too many errors
   CheckResult result_;
 };
 
@@ -438,6 +438,8 @@ void Check::finish() {
   auto& findings = result_.findings;
   drop_followers();
   apply_settings();
+  if (ended_early_)
+    add_note("there are too many errors: the rest of the file is not checked");
   if (findings.size() > MOST_FINDINGS) {
     // The compiler's own are not left out.
     std::stable_partition(
@@ -520,9 +522,7 @@ CheckResult Check::run() {
     size_t faults = 0;
     for (const auto& [name, file] : files_.all())
       faults += file->source.faults.size();
-    if (!complete_ && faults >= MOST_REPAIRS)
-      add_note(
-          "the rest of the file is not checked: there are too many errors");
+    ended_early_ = !complete_ && faults >= MOST_REPAIRS;
   } else
     CheckScanAll(main_);
   const CheckTexts texts = files_.repaired();
