@@ -17,7 +17,7 @@ std::vector<McValue> Values(std::istream& words) {
 
 TEST(Builtins, Calls) {
   constexpr char ROWS[] = R"(
-    ABS -2147483648 | -2147483648 ;; ABS -2.5 | 2.5 ;; ABS 3 | 3
+    ABS -2147483648 | -2147483648 ;; ABS -2.5 | 2.5 ;; ABS -3 | 3
     ABS (3,-4,12) | 13.0 ;; ABS 'a' | 5294 ;; INT 2.9 | 2 ;; INT -2.1 | -3
     INT 2147483647.5 | 2147483647 ;; INT 2147483648.0 | -2147483648
     INT -2147483648.5 | -2147483648 ;; INT nan | -2147483648 ;; INT 3 | 5294
