@@ -56,16 +56,21 @@ int Run(const Validate& options) {
   }
   for (const std::string& file : options.files) {
     UtString bytes;
-    if (!ToolRead(file, &bytes)) {
-      status = TOOL_TROUBLE;
-      continue;
-    }
-    uint64_t findings = 0;
+    const bool read = ToolRead(file, &bytes);
     if (options.json) {
       json.begin_object();
       json.key("file").text(file);
-      json.key("findings").begin_array();
     }
+    if (!read) {
+      status = TOOL_TROUBLE;
+      if (!options.json) continue;
+      json.key("error").text("cannot be read");
+      json.key("valid").boolean(false);
+      json.end_object();
+      continue;
+    }
+    uint64_t findings = 0;
+    if (options.json) json.key("findings").begin_array();
     CompiledCheck(bytes, [&](const CompiledTrouble& trouble) {
       findings++;
       if (options.json)

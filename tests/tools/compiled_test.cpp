@@ -173,6 +173,7 @@ constexpr WrongNumber WRONG_NUMBERS[] = {
     {SIBLING, 1},
     {ATTRIBUTE_COUNT, 0xFFFF},
     {ATTRIBUTE_TYPE, 5},
+    {ATTRIBUTE_TYPE, 0},  // was found twice
     {HANDLER_COUNT, 0xFFFF},
     {HANDLER_KIND, 3},
     {HANDLER_EVENTS, 0x20},
@@ -203,10 +204,14 @@ class DamagedField {
     const bool node =
         field.value.field == NODE_KIND || field.value.field == NODE_END;
     bool named = false;
-    for (const CompiledTrouble& finding : findings)
+    std::set<std::pair<uint64_t, std::string>> places;
+    for (const CompiledTrouble& finding : findings) {
+      EXPECT_TRUE(places.emplace(finding.offset, finding.path).second)
+          << "twice: " << finding.path;
       named |= finding.offset >= field.value.offset &&
                finding.offset < field.value.offset + field.value.length &&
                (node || finding.path == field.path);
+    }
     EXPECT_TRUE(named) << row_.name << " " << field.path << " at "
                        << field.value.offset << "\n"
                        << Text(findings);

@@ -1004,6 +1004,39 @@ void Checker::node_end(const CompiledValue& end) {
 
 }  // namespace
 
+namespace {
+
+// A value may be judged both by the rules of compilers and by what the layout
+// can go on with: of those findings only the graver one is passed on.
+class OncePerField {
+ public:
+  explicit OncePerField(const CompiledReport& report) : report_(report) {}
+
+  void report(const CompiledTrouble& trouble) {
+    if (waiting_ && trouble.offset == latest_.offset &&
+        trouble.path == latest_.path) {
+      if (trouble.grade == CompiledGrade::UNREADABLE &&
+          latest_.grade != CompiledGrade::UNREADABLE)
+        latest_ = trouble;
+      return;
+    }
+    finish();
+    latest_ = trouble;
+    waiting_ = true;
+  }
+  void finish() {
+    if (waiting_) report_(latest_);
+    waiting_ = false;
+  }
+
+ private:
+  const CompiledReport& report_;
+  CompiledTrouble latest_;
+  bool waiting_ = false;
+};
+
+}  // namespace
+
 bool CompiledMayContain(uint8_t outer, uint8_t inner) {
   return outer < MASK_TYPE_COUNT && inner < MASK_TYPE_COUNT &&
          (OBJECT_RULES[outer].inner >> inner & 1) != 0;
@@ -1018,7 +1051,12 @@ bool CompiledMayHaveModule(uint8_t type) {
 }
 
 void CompiledCheck(std::string_view file, const CompiledReport& report) {
-  Checker checker(report);
+  OncePerField once(report);
+  const CompiledReport through = [&](const CompiledTrouble& trouble) {
+    once.report(trouble);
+  };
+  Checker checker(through);
   CompiledWalk walk(file, &checker);
   (void)walk.run();
+  once.finish();
 }
