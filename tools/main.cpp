@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <new>
 #include <string>
 
@@ -58,10 +59,14 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
-    return Misused(error.what(), OptionHint(app, error));
+    if (error.get_exit_code() != 0)
+      return Misused(error.what(), OptionHint(app, error));
+    status = app.exit(error);  // prints the help, or the version
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+  // A stream of its own over the same output, but it may keep a failure to
+  // itself.
+  std::cout.flush();
+  if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout)) {
     std::fputs("quillo-tools: cannot write the output\n", stderr);
     return TOOL_TROUBLE;
   }
