@@ -60,7 +60,7 @@ bool MayBeReplaced(const UtString& path, const struct stat& file) {
 }
 
 // Reads to the end; the size that the system states is only a first guess.
-int ReadAll(int file, size_t expected, size_t limit, UtString* text) {
+int ReadToEnd(int file, size_t expected, size_t limit, UtString* text) {
   text->resize(expected + 1);
   size_t size = 0;
   for (;;) {
@@ -74,6 +74,13 @@ int ReadAll(int file, size_t expected, size_t limit, UtString* text) {
   }
   text->resize(size);
   return RC_OK;
+}
+
+int ReadAll(int file, size_t expected, size_t limit, UtString* text) {
+  const int code =
+      UtGuarded([&] { return ReadToEnd(file, expected, limit, text); });
+  if (code != RC_OK) UtString().swap(*text);
+  return code;
 }
 
 }  // namespace
@@ -105,10 +112,13 @@ int UtReadWhole(const char* path, size_t limit, UtString* text) {
     return RC_CANNOT_OPEN;
   const auto expected = static_cast<size_t>(status.st_size);
   if (expected >= limit) return RC_CANNOT_OPEN;
-  const int code =
-      UtGuarded([&] { return ReadAll(file.number(), expected, limit, text); });
-  if (code != RC_OK) UtString().swap(*text);
-  return code;
+  return ReadAll(file.number(), expected, limit, text);
+}
+
+int UtReadStream(int descriptor, size_t limit, UtString* text) {
+  constexpr size_t FIRST_ROOM = size_t{64} * 1024;
+  text->clear();
+  return ReadAll(descriptor, FIRST_ROOM, limit, text);
 }
 
 int UtOutputFile::open(const char* path) {

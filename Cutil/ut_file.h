@@ -34,6 +34,11 @@ class UtDescriptor {
 // 0 at the end of the file, or -1.
 ptrdiff_t UtRead(int descriptor, void* place, size_t bytes);
 
+// Reads what a descriptor still gives, also that of a pipe, into `*text`.
+// Returns 0, RC_CANNOT_OPEN when that fails or there are `limit` bytes and
+// more, or RC_NO_MEMORY; `*text` is empty then.
+[[nodiscard]] int UtReadStream(int descriptor, size_t limit, UtString* text);
+
 inline constexpr size_t UT_LARGEST_FILE = size_t{1} << 30;
 
 // Reads a whole file into `*text`. Only regular files are opened: a pipe or a

@@ -14,16 +14,12 @@ struct Assemble {
 
 int Run(const Assemble& options) {
   UtString text;
-  if (!ToolRead(options.file, &text)) return TOOL_TROUBLE;
+  if (!ToolReadText(options.file, &text)) return TOOL_TROUBLE;
   XdMemory file;
   CompiledAssemblyError error;
   if (!CompiledAssemble(text, &file, &error)) {
-    if (error.line == 0)
-      fprintf(stderr, "%s: no compiled file has this: %s\n",
-              options.file.c_str(), error.message.c_str());
-    else
-      fprintf(stderr, "%s:%zu:%zu: %s\n", options.file.c_str(), error.line,
-              error.column, error.message.c_str());
+    fprintf(stderr, "%s:%zu:%zu: %s\n", options.file.c_str(), error.line,
+            error.column, error.message.c_str());
     return TOOL_NO;
   }
   if (options.output.empty()) {
@@ -45,6 +41,7 @@ void AddAssemble(CLI::App* app, int* status) {
       "assemble", "Make a compiled file of the text of disassemble");
   command->add_option("-o", options->output,
                       "File to write instead of the standard output");
-  command->add_option("FILE", options->file, "Text")->required();
+  command->add_option("FILE", options->file, "Text; - is the standard input")
+      ->required();
   command->callback([options, status] { *status = Run(*options); });
 }

@@ -2,6 +2,9 @@
 // numbers.
 #include "tools/output.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -268,12 +271,27 @@ void ToolJson::raw(std::string_view json) {
   output_->put(json);
 }
 
+namespace {
+
+bool Tell(int code, const std::string& path) {
+  if (code == RC_NO_MEMORY) throw std::bad_alloc();
+  if (code != RC_OK)
+    fprintf(stderr, "quillo-tools: cannot read '%s'\n", path.c_str());
+  return code == RC_OK;
+}
+
+}  // namespace
+
 bool ToolRead(const std::string& path, UtString* bytes) {
-  switch (UtReadWhole(path.c_str(), UT_LARGEST_FILE, bytes)) {
-    case RC_OK: return true;
-    case RC_NO_MEMORY: throw std::bad_alloc();
-    default:
-      fprintf(stderr, "quillo-tools: cannot read '%s'\n", path.c_str());
-      return false;
-  }
+  return Tell(UtReadWhole(path.c_str(), UT_LARGEST_FILE, bytes), path);
+}
+
+bool ToolReadText(const std::string& path, UtString* text) {
+  if (path == "-")
+    return Tell(UtReadStream(STDIN_FILENO, UT_LARGEST_FILE, text), path);
+  const UtDescriptor file(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+  return Tell(file.is_open()
+                  ? UtReadStream(file.number(), UT_LARGEST_FILE, text)
+                  : RC_CANNOT_OPEN,
+              path);
 }

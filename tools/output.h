@@ -161,4 +161,8 @@ class ToolJson {
 // cannot be done: TOOL_TROUBLE.
 [[nodiscard]] bool ToolRead(const std::string& path, UtString* bytes);
 
+// The same for a text, which may also come from a pipe, or as "-" from the
+// standard input.
+[[nodiscard]] bool ToolReadText(const std::string& path, UtString* text);
+
 #endif

@@ -159,9 +159,14 @@ constexpr FaultCase FAULTS[] = {
     {"calls {\n}\nimports {\n}\n",
      "5:1: expected a part of the program that comes later, or the end of the "
      "text"},
+    // What only shows when all of the file is there.
     {"name \"p\"\n",
-     "0:0: header.kind: 1, a program with a main body, expected 2: there is no "
-     "main body"},
+     "2:6: no compiled file has this: header.kind: 1, a program with a main "
+     "body, expected 2: there is no main body"},
+    {"pool {\n  flags 4\n  slot 1 \"$a\"\n  unused_start 7\n}\n",
+     "6:16: no compiled file has this: pool.unused_start: 7, expected 1"},
+    {"pool {\n  slot 1 \"$a\"\n  capacity 1\n}\n",
+     "5:12: no compiled file has this: pool.capacity: 1, expected 5632"},
 };
 
 TEST(Assembly, FaultsAreNamedWithTheirPlace) {
@@ -181,6 +186,12 @@ TEST(Assembly, FaultsAreNamedWithTheirPlace) {
   EXPECT_EQ(
       "3:8: a name of more than 31 characters",
       Assembled(masks + "WINDOW \"12345678901234567890123456789012\" {\n"));
+  std::string many;
+  for (int i = 0; i < 9000; i++) many += "  integer \"a\" 1\n";
+  EXPECT_EQ(
+      "9004:8: no compiled file has this: editors[0].attributes[9000].type: 0, "
+      "expected 1 integer or 4 text",
+      Assembled(masks + "WINDOW \"w\" {\n" + many + "  type 0 \"b\"\n}\n"));
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // Two passes over the text with one parser. Counts stand in front of what they
 // count, and trees in front of the tables that they refer to: so the first pass
 // counts and collects names, and the second one writes the file from front to
-// back.
+// back. When the file turns out to be none that can be read, a third one writes
+// it to nowhere, up to the byte in question, to name the word that it is from.
 #include <charconv>
 #include <cstring>
 #include <deque>
@@ -60,11 +61,28 @@ class Assembler {
   explicit Assembler(std::string_view text) : text_(text) {}
 
   void count() { run(nullptr); }
-  void write(XdMemory* file) { run(file); }
+  void write(XdSink* file) { run(file); }
+  // Throws a fault of the word that the byte at an offset of the file comes
+  // from. Behind a write.
+  [[noreturn]] void blame(uint64_t offset, const std::string& message);
 
  private:
-  void run(XdMemory* file);
-  bool writing() const { return memory_ != nullptr; }
+  // Where a word stands.
+  struct Place {
+    size_t line, column;
+  };
+  // Takes the bytes of a file that only their offsets are wanted of.
+  class Nowhere : public XdSink {
+   public:
+    bool write(const uint8_t*, size_t count) override {
+      written += count;
+      return true;
+    }
+    uint64_t written = 0;
+  };
+
+  void run(XdSink* file);
+  bool writing() const { return sink_ != nullptr; }
 
   // Words of the line, from the second on.
   [[noreturn]] void fail(const std::string& message) const;
@@ -106,6 +124,12 @@ class Assembler {
 
   // Items.
   [[noreturn]] static void put_failed() { throw std::bad_alloc(); }
+  void wrote() {
+    if (blaming_ != nullptr) [[unlikely]]
+      look_for_byte(latest());
+  }
+  void look_for_byte(const Place& from) const;
+  Place latest() const;
   void u8(uint32_t value);
   void u16(uint32_t value);
   void u32(uint32_t value);
@@ -157,7 +181,7 @@ class Assembler {
   std::string_view text_;
   AssemblyLines* lines_ = nullptr;
   size_t at_ = 0;  // next word of the line
-  XdMemory* memory_ = nullptr;
+  XdSink* sink_ = nullptr;
   XdStream* xd_ = nullptr;
   std::vector<uint32_t> counts_;
   size_t next_count_ = 0;
@@ -167,6 +191,12 @@ class Assembler {
   size_t routine_ = 0;  // of the program; 0: the main program
   uint32_t scope_ = 0;  // of the table of variables
   XdFileKind kind_ = XD_KIND_PROGRAM;
+
+  // The pass that looks for a byte.
+  Nowhere* blaming_ = nullptr;
+  uint64_t byte_ = 0;
+  const std::string* complaint_ = nullptr;
+  const Place* given_at_ = nullptr;  // of an item whose line is behind us
 };
 
 void Assembler::fail(const std::string& message) const {
@@ -270,22 +300,52 @@ void Assembler::add_to(size_t count, uint32_t limit) {
 
 // Items -----------------------------------------------------------------------
 
+// The word that was taken last.
+Assembler::Place Assembler::latest() const {
+  if (given_at_ != nullptr) return *given_at_;
+  if (lines_->at_end()) return {lines_->number(), 1};
+  return {lines_->number(), (*lines_)[at_ > 0 ? at_ - 1 : 0].column};
+}
+
+void Assembler::look_for_byte(const Place& from) const {
+  const auto waiting = static_cast<uint64_t>(xd_->next - xd_->start);
+  if (blaming_->written + waiting > byte_)
+    throw AssemblyFault{from.line, from.column, *complaint_};
+}
+
+void Assembler::blame(uint64_t offset, const std::string& message) {
+  Nowhere nowhere;
+  blaming_ = &nowhere;
+  byte_ = offset;
+  complaint_ = &message;
+  run(&nowhere);
+  // The file ends in front of that byte, and so does the text.
+  AssemblyLines lines(text_);
+  while (!lines.at_end()) lines.advance();
+  throw AssemblyFault{lines.number(), 1, message};
+}
+
 void Assembler::u8(uint32_t value) {
   auto byte = static_cast<uint8_t>(value);
   if (writing() && !XdUChar(xd_, &byte)) put_failed();
+  wrote();
 }
 void Assembler::u16(uint32_t value) {
   auto item = static_cast<uint16_t>(value);
   if (writing() && !XdUShort(xd_, &item)) put_failed();
+  wrote();
 }
 void Assembler::u32(uint32_t value) {
   if (writing() && !XdULong(xd_, &value)) put_failed();
+  wrote();
 }
 void Assembler::i8(int8_t value) {
   if (writing() && !XdChar(xd_, &value)) put_failed();
+  wrote();
 }
 void Assembler::f64(double value) {
   if (writing() && !XdDouble(xd_, &value)) put_failed();
+  wrote();
 }
 
 void Assembler::put_text(const std::string* text) {
@@ -295,6 +355,7 @@ void Assembler::put_text(const std::string* text) {
   }
   const char* characters = text == nullptr ? nullptr : text->c_str();
   if (writing() && !XdText(xd_, nullptr, &characters)) put_failed();
+  wrote();
 }
 
 // Constants have a length of their own in front.
@@ -307,6 +368,7 @@ void Assembler::put_constant(const std::string& text) {
   if (writing() && !XdCharacters(xd_, const_cast<char*>(text.data()),
                                  static_cast<uint32_t>(text.size())))
     put_failed();
+  wrote();
 }
 
 // Programs --------------------------------------------------------------------
@@ -320,15 +382,14 @@ void Assembler::pool() {
   bool own_places = false;
   const bool there = lines_->is("pool");
   if (there) begin_block();
-  if (there && lines_->is("flags")) {
-    flags = take_number<uint32_t>("flags");
-    next_line();
-  }
+  const bool flags_given = there && lines_->is("flags");
+  if (flags_given) flags = take_number<uint32_t>("flags");
   const bool own_texts = (flags & POOL_OWN_TEXTS) != 0;
   u16(1);
   const uint32_t count = writing() ? counts_[slots] : 0;
   u32(count);
   u32(flags);
+  if (flags_given) next_line();
   while (there && (lines_->is("slot") || lines_->is("free"))) {
     add_to(slots, UINT32_MAX - 1);
     const uint32_t number = names_->slots;
@@ -364,20 +425,24 @@ void Assembler::pool() {
     }
     next_line();
   }
-  const auto line = [&](const char* name, uint64_t value) {
-    if (there && lines_->is(name)) {
-      value = take_number<uint32_t>("a number");
-      next_line();
-    }
-    return static_cast<uint32_t>(value);
+  const auto line = [&](const char* name, uint32_t value) {
+    const bool given = there && lines_->is(name);
+    if (given) value = take_number<uint32_t>("a number");
+    u32(value);
+    if (given) next_line();
   };
-  u32(line("reuse_start", count == 0 ? 0 : count - 1));
-  u32(line("unused_start", count));
+  line("reuse_start", count == 0 ? 0 : count - 1);
+  line("unused_start", count);
   if (!own_texts) {
     // The buffer may stand behind its capacity, which follows from it.
     uint32_t capacity = 0;
     const bool capacity_given = there && lines_->is("capacity");
-    capacity = line("capacity", 0);
+    Place capacity_place = latest();
+    if (capacity_given) {
+      capacity = take_number<uint32_t>("a number");
+      capacity_place = latest();
+      next_line();
+    }
     if (there && lines_->is("texts")) {
       const std::string* text = take_text();
       if (text == nullptr) expect("a text");
@@ -389,11 +454,14 @@ void Assembler::pool() {
     auto used = static_cast<uint32_t>(texts.size());
     if (!capacity_given && used > 0)
       capacity = (used / POOL_TEXT_STEP + 1) * POOL_TEXT_STEP;
+    given_at_ = &capacity_place;
     u32(used);
     u32(capacity);
+    given_at_ = nullptr;
     char* block = texts.data();
     uint32_t room = used;
     if (writing() && !XdBytes(xd_, &block, &used, &room)) put_failed();
+    wrote();
   }
   if (there) end_block("\"}\"");
 }
@@ -648,11 +716,10 @@ void Assembler::node() {
 size_t Assembler::node_count() {
   const size_t nodes = open_count();
   uint32_t count = writing() ? counts_[nodes] : 0;
-  if (lines_->is("nodes")) {
-    count = take_number<uint32_t>("a number of nodes");
-    next_line();
-  }
+  const bool given = lines_->is("nodes");
+  if (given) count = take_number<uint32_t>("a number of nodes");
   u32(count);
+  if (given) next_line();
   return nodes;
 }
 
@@ -740,12 +807,11 @@ void Assembler::variables(const char* name) {
   uint32_t required = 0;
   const bool there = name == nullptr || lines_->is(name);
   if (there) begin_block();
-  if (there && lines_->is("required")) {
-    required = take_number<uint16_t>("a number of arguments");
-    next_line();
-  }
+  const bool given = there && lines_->is("required");
+  if (given) required = take_number<uint16_t>("a number of arguments");
   u16(writing() ? counts_[count] : 0);
   u16(required);
+  if (given) next_line();
   while (there && in_block()) {
     add_to(count, MC_TABLE_LIMIT);
     variable();
@@ -762,8 +828,11 @@ void Assembler::commons() {
     const std::string name = named ? *text : std::string();
     if (!writing() && named) names_->add(common_key(name), block);
     scope_ = MC_SCOPE_COMMON + block;
+    const Place place = latest();
     variables(nullptr);
+    given_at_ = &place;
     put_text(named ? &name : nullptr);
+    given_at_ = nullptr;
   }
 }
 
@@ -983,6 +1052,8 @@ void Assembler::editors() {
 
 // The file --------------------------------------------------------------------
 
+constexpr uint64_t KIND_BYTE = 2, MINOR_VERSION_BYTE = 4;
+
 void Assembler::header() {
   constexpr const char* KINDS[] = {nullptr, "program", "module", "masks"};
   at_ = 1;
@@ -994,36 +1065,45 @@ void Assembler::header() {
   uint32_t kind = 0;
   if (!lines_->is("file") || !take_name(KINDS, &kind))
     expect("file program, file module or file masks");
+  const Place kind_place = latest();
   kind_ = static_cast<XdFileKind>(kind);
   const bool xdr = take_word("xdr");
   if (!xdr && !take_word("plain")) expect("xdr or plain");
+  Place place = latest();  // of the last one
   next_line();
   const auto line = [&](const char* name, uint8_t value) {
     if (!lines_->is(name)) return value;
     value = take_number<uint8_t>("a number");
+    place = latest();
     next_line();
     return value;
   };
   const uint8_t minor = line("minor_version", XD_MINOR_VERSION);
+  const Place minor_place = place;
   const uint8_t sub = line("sub_version", XD_SUB_VERSION);
   const uint8_t reserved = line("reserved", 0);
   if (!writing()) return;
   const int transport = xdr ? XD_TRANSPORT_XDR : XD_TRANSPORT_PLAIN;
-  if (XdOpenForWriting(xd_, memory_, transport) != RC_OK) put_failed();
+  if (XdOpenForWriting(xd_, sink_, transport) != RC_OK) put_failed();
   XdWriteHeader(xd_, kind_);
   // The header is in the buffer still.
   xd_->next[-4] = minor;
   xd_->next[-3] = sub;
   xd_->next[-1] = reserved;
+  if (blaming_ == nullptr) return;
+  look_for_byte(byte_ <= KIND_BYTE            ? kind_place
+                : byte_ <= MINOR_VERSION_BYTE ? minor_place
+                                              : place);
 }
 
-void Assembler::run(XdMemory* file) {
+void Assembler::run(XdSink* file) {
   AssemblyLines lines(text_);
   XdStream xd;
   lines_ = &lines;
-  memory_ = file;
+  sink_ = file;
   xd_ = &xd;
   next_count_ = next_program_ = 0;
+  given_at_ = nullptr;
   header();
   if (kind_ == XD_KIND_MASK) {
     editors();
@@ -1045,18 +1125,19 @@ bool CompiledAssemble(std::string_view text, XdMemory* file,
     Assembler assembler(text);
     assembler.count();
     assembler.write(file);
+    // What the parts of the text cannot show: that they fit together.
+    std::string wrong;
+    uint64_t offset = 0;
+    CompiledCheck(file->bytes(), [&](const CompiledTrouble& trouble) {
+      if (trouble.grade != CompiledGrade::UNREADABLE || !wrong.empty()) return;
+      wrong = "no compiled file has this: " + trouble.path + ": " +
+              trouble.found + ", expected " + trouble.expected;
+      offset = trouble.offset;
+    });
+    if (wrong.empty()) return true;
+    assembler.blame(offset, wrong);
   } catch (const AssemblyFault& fault) {
     *error = {fault.line, fault.column, fault.message};
     return false;
   }
-  // What the parts of the text cannot show: that they fit together.
-  bool readable = true;
-  CompiledCheck(file->bytes(), [&](const CompiledTrouble& trouble) {
-    if (trouble.grade != CompiledGrade::UNREADABLE || !readable) return;
-    readable = false;
-    *error = {
-        0, 0,
-        trouble.path + ": " + trouble.found + ", expected " + trouble.expected};
-  });
-  return readable;
 }
