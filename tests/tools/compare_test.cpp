@@ -137,6 +137,15 @@ constexpr CommandCase COMMANDS[] = {
     {"quillo-tools match a.mac a.cm", 0, "yes\n", ""},
     {"quillo-tools match b.mac a.cm", 1,
      "no\nmain program: statement changed\n  - PRINT 2;\n  + PRINT 1;\n", ""},
+    {"quillo -w -cg w.msk && quillo-tools match a.mac w.cg", 1,
+     "no\nmasks and programs have nothing in common to compare: w.cg holds "
+     "masks, a.mac a program or module\n",
+     ""},
+    {"quillo-tools match w.msk a.cm", 1,
+     "no\nmasks and programs have nothing in common to compare: w.msk holds "
+     "masks, a.cm a program or module\n",
+     ""},
+    {"cat a.mac | quillo-tools match /dev/stdin a.cm", 0, "yes\n", ""},
     {"quillo-tools match none.mac a.cm", 2, "", "file 'none.mac' not found"},
     // What is there under the name and is another text stays.
     {"quillo-tools decompile -o . a.cm", 2, "",
@@ -163,12 +172,26 @@ constexpr CommandCase COMMANDS[] = {
     {"quillo-tools diff --json a.cm a.cm", 0, "{\"version\":1,\"same\":true,",
      ""},
     {"quillo b.mac; quillo-tools diff a.cm b.cm", 1, nullptr, ""},
+    {"quillo-tools disassemble a.cm | quillo-tools assemble - | cmp - a.cm", 0,
+     "", ""},
+    {"echo x | quillo-tools assemble /dev/stdin", 1, "",
+     "/dev/stdin:1:1: expected quillo-assembly 1\n"},
+    {"quillo-tools --help >/dev/full", 2, "",
+     "quillo-tools: cannot write the output\n"},
+    {"quillo-tools diff --help >/dev/full", 2, "",
+     "quillo-tools: cannot write the output\n"},
+    {"quillo-tools validate --json none.cm a.cm", 2,
+     "{\"version\":1,\"files\":[\n"
+     "{\"file\":\"none.cm\",\"error\":\"cannot be read\",\"valid\":false},\n"
+     "{\"file\":\"a.cm\",\"findings\":[],\"valid\":true}\n]}\n",
+     "quillo-tools: cannot read"},
     {"quillo-tools diff a.cm none.cm", 2, "", "quillo-tools: cannot read"},
 };
 
 TEST_F(ToolCommands, DoWhatTheyShould) {
   write("a.mac", "PROGRAM p; PRINT 1;\n");
   write("b.mac", "PROGRAM p; PRINT 2;\n");
+  write("w.msk", "WINDOW w { ; }\n");
   write("i.mac", "PROGRAM p; INCLUDE \"i.inc\"; PRINT 1;\n");
   write("i.inc", "SUB s\n\nPRINT 2;\nSUBEND\n");
   for (const CommandCase& row : COMMANDS) {

@@ -328,9 +328,7 @@ Difference FindDifference(std::string_view a, const std::string& a_name,
     if (!wrong.empty()) wrong = b_name + ": " + wrong;
   }
   if (wrong.empty() && outline_a.is_mask != outline_b.is_mask)
-    wrong = "masks and programs have nothing in common to compare: " +
-            (outline_a.is_mask ? a_name : b_name) + " holds masks, " +
-            (outline_a.is_mask ? b_name : a_name) + " a program or module";
+    wrong = NothingInCommon(a_name, outline_a.is_mask, b_name);
   difference.trouble = wrong;
   if (!wrong.empty()) return difference;
   if (outline_a.header.transport != outline_b.header.transport)
@@ -342,6 +340,13 @@ Difference FindDifference(std::string_view a, const std::string& a_name,
         {"", "tables", "", "other unused entries, or another order of entries",
          false});
   return difference;
+}
+
+std::string NothingInCommon(const std::string& a, bool a_is_mask,
+                            const std::string& b) {
+  return "masks and programs have nothing in common to compare: " +
+         (a_is_mask ? a : b) + " holds masks, " + (a_is_mask ? b : a) +
+         " a program or module";
 }
 
 //   SUB area: statement changed

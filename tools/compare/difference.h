@@ -30,6 +30,11 @@ struct Difference {
 Difference FindDifference(std::string_view a, const std::string& a_name,
                           std::string_view b, const std::string& b_name);
 
+// Why a file of masks and one of a program or module are not compared; `a` is
+// the one or the other.
+std::string NothingInCommon(const std::string& a, bool a_is_mask,
+                            const std::string& b);
+
 // One change as lines of text.
 void PrintChange(ToolOutput* out, const Change& change);
 

@@ -13,6 +13,7 @@
 #include "tools/command.h"
 #include "tools/compare/difference.h"
 #include "tools/compiled_model.h"
+#include "tools/source_kind.h"
 #include "trt/messages.h"
 
 namespace {
@@ -22,18 +23,17 @@ struct Options {
 };
 
 // Compiles the source as the file was; the compiler says what is wrong with it.
-int CompileLike(const CompiledModel& like, const std::string& source,
+int CompileLike(const CompiledModel& like, ToolSource* source, const char* name,
                 XdSink* sink) {
   Channels channels;
   channels.bind_standard();
   McReportPrinter printer(&channels);
   McRun run;
-  McSrcFiles files;
-  McFront front(&run, &files, &printer);
+  McFront front(&run, source, &printer);
   front.parse.trace_level = like.is_traced() ? 1 : 0;
-  int code = McSrcOpen(&front.scanner.source, source.c_str());
+  int code = McSrcOpen(&front.scanner.source, name);
   if (code != RC_OK) {
-    channels.print(CHANNEL_REPORTS, TEXT_FILE_NOT_FOUND, source.c_str());
+    channels.print(CHANNEL_REPORTS, TEXT_FILE_NOT_FOUND, name);
     return code;
   }
   if (like.is_mask()) {
@@ -50,6 +50,13 @@ int CompileLike(const CompiledModel& like, const std::string& source,
                        : code;
 }
 
+// Whether the source is one that can never give such a file. One that begins
+// like no source is left to the compiler.
+bool IsOfOtherKind(const ToolSource& source, const CompiledModel& model) {
+  return source.kind() != ToolSourceKind::UNKNOWN &&
+         ToolIsMask(source.kind()) != model.is_mask();
+}
+
 int Trouble(const std::string& what) {
   std::fprintf(stderr, "quillo-tools: %s\n", what.c_str());
   return TOOL_TROUBLE;
@@ -61,13 +68,22 @@ int Run(const Options& options) {
   CompiledModel model;
   const std::string wrong = ReadCompiled(bytes, &model);
   if (!wrong.empty()) return Trouble(options.file + ": " + wrong);
+  McSrcFiles files;
+  ToolSource source(&files, options.source.c_str());
+  ToolStdout out;
+  if (IsOfOtherKind(source, model)) {
+    out.put("no\n");
+    out.put(NothingInCommon(options.source, ToolIsMask(source.kind()),
+                            options.file));
+    out.put('\n');
+    return out.finish() ? TOOL_NO : TOOL_TROUBLE;
+  }
   XdMemory made;
-  const int code = CompileLike(model, options.source, &made);
+  const int code = CompileLike(model, &source, options.source.c_str(), &made);
   if (code == RC_NO_MEMORY) throw std::bad_alloc();
   if (code != RC_OK)
     return Trouble(options.source + ": does not compile, code " +
                    std::to_string(code));
-  ToolStdout out;
   if (made.bytes() == std::string_view(bytes)) {
     out.put("yes\n");
     return out.finish() ? TOOL_FINE : TOOL_TROUBLE;
