@@ -175,7 +175,7 @@ TEST(Decompile, SpellsEveryNumber) {
   }
   for (const double number : numbers) {
     std::string text;
-    SpellRealByIntegers(&text, number);
+    ASSERT_TRUE(SpellRealByIntegers(&text, number));
     Compile compile;
     ASSERT_EQ(RC_OK,
               compile.program_of("PROGRAM p;\nREAL r[" + text + ":0];\n;\n"));

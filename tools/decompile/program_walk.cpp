@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
 #include "Cutil/ut_chars.h"
@@ -527,15 +528,25 @@ std::string ProgramWalk::real_bound(double value, bool may_flush) {
       value > -2147483648.0 && value < 2147483648.0 ? value : 0);
   if (whole == value && !(value == 0 && std::signbit(value)))
     SpellSignedInteger(&text, whole);
-  else
-    SpellRealByIntegers(&text, value);
+  else if (!SpellRealByIntegers(&text, value))
+    text = strange_nan(value);
   return text;
+}
+
+std::string ProgramWalk::strange_nan(double value) const {
+  char bits[32];
+  std::snprintf(
+      bits, sizeof bits, "0x%016llx",
+      static_cast<unsigned long long>(std::bit_cast<uint64_t>(value)));
+  if (!in_->for_reading)
+    refuse(std::string("no expression gives a bound that is the NaN ") + bits);
+  return std::string("NaN(") + bits + ')';
 }
 
 // True when a literal of that value adds no entry to the table of constants
 // that does not belong there; the ones in front of it have been put back then.
 bool ProgramWalk::is_constant(double value, bool may_flush) {
-  if (in_->for_reading) return value != std::floor(value);
+  if (in_->for_reading) return value != std::floor(value) && !std::isnan(value);
   if (!reals_known_) {
     for (uint32_t i = 0; i < program_->constants.count(); i++)
       if (program_->constants[i].type == McValueType::REAL)

@@ -131,6 +131,7 @@ class ProgramWalk {
   void declarator(const McVar& variable);
   std::string range(const McVar& variable);
   std::string real_bound(double value, bool may_flush);
+  std::string strange_nan(double value) const;
   bool is_constant(double value, bool may_flush);
   void close_declaration();
 

@@ -78,17 +78,24 @@ void SpellScaled(std::string* out, uint32_t part, int exponent) {
 
 constexpr int LARGE_EXPONENT = 1050;
 
-// An infinite one less itself. Its sign is the machine's affair, so it is asked
-// here in the same way.
-void SpellNan(std::string* out, bool negative) {
+// An infinite one less itself. Its bits are the machine's affair, so it is
+// asked here in the same way.
+bool SpellNan(std::string* out, double value) {
   volatile double infinite = std::numeric_limits<double>::infinity();
-  const bool made_negative = std::signbit(infinite - infinite);
-  if (made_negative != negative) *out += '-';
+  const double made = infinite - infinite;
+  const auto bits = [](double number) {
+    return std::bit_cast<uint64_t>(number);
+  };
+  if (bits(made) != bits(value)) {
+    if (bits(-made) != bits(value)) return false;
+    *out += '-';
+  }
   *out += '(';
   SpellScaled(out, 1, LARGE_EXPONENT);
   *out += '-';
   SpellScaled(out, 1, LARGE_EXPONENT);
   *out += ')';
+  return true;
 }
 
 // A quotient of two small numbers that is the value, found by continued
@@ -116,17 +123,20 @@ bool SpellQuotient(std::string* out, double value) {
 
 }  // namespace
 
-void SpellRealByIntegers(std::string* out, double value) {
+bool SpellRealByIntegers(std::string* out, double value) {
   const bool negative = std::signbit(value);
-  if (std::isnan(value)) return SpellNan(out, negative);
+  if (std::isnan(value)) return SpellNan(out, value);
   double size = std::fabs(value);
   if (size == 0) {
     *out += negative ? "0/-1" : "0/1";
-    return;
+    return true;
   }
   if (negative) *out += '-';
-  if (std::isinf(size)) return SpellScaled(out, 1, LARGE_EXPONENT);
-  if (SpellQuotient(out, size)) return;
+  if (std::isinf(size)) {
+    SpellScaled(out, 1, LARGE_EXPONENT);
+    return true;
+  }
+  if (SpellQuotient(out, size)) return true;
   int exponent;
   size = std::frexp(size, &exponent);
   auto bits = static_cast<uint64_t>(std::ldexp(size, 53));
@@ -136,10 +146,12 @@ void SpellRealByIntegers(std::string* out, double value) {
   constexpr int LOW_BITS = 26;
   const auto high = static_cast<uint32_t>(bits >> LOW_BITS);
   const auto low = static_cast<uint32_t>(bits & ((1u << LOW_BITS) - 1));
-  if (high == 0) return SpellScaled(out, low, exponent);
-  SpellScaled(out, high, exponent + LOW_BITS);
-  *out += negative ? '-' : '+';
+  if (high != 0) {
+    SpellScaled(out, high, exponent + LOW_BITS);
+    *out += negative ? '-' : '+';
+  }
   SpellScaled(out, low, exponent);
+  return true;
 }
 
 bool SpellText(std::string* out, std::string_view text) {

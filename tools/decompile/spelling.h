@@ -21,9 +21,10 @@ void SpellSignedInteger(std::string* out, int32_t value);
 // digits.
 void SpellReal(std::string* out, double value);
 
-// An expression for any REAL of INTEGER literals only. It nests no deeper than
-// an addition of products, whatever the value.
-void SpellRealByIntegers(std::string* out, double value);
+// An expression of INTEGER literals only, for any REAL but most NaNs: those
+// whose bits no arithmetic gives. It nests no deeper than an addition of
+// products, whatever the value.
+[[nodiscard]] bool SpellRealByIntegers(std::string* out, double value);
 
 // A string literal. It stays on its line when it can; one that is too long for
 // a line ends in a line feed and a quote on the next line.
