@@ -6,6 +6,8 @@
 #include "tests/tools/round_trip.h"
 #include "tools/compare/difference.h"
 #include "tools/compare/line_diff.h"
+#include "tools/compiled/assembly.h"
+#include "tools/decompile/spelling.h"
 
 namespace {
 
@@ -71,8 +73,44 @@ const DiffCase DIFFERENCES[] = {
          std::string(AFFECTED)},
     {"PROGRAM p; PRINT 1; PRINT 2.5;",
      "PROGRAM p; INTEGER a(\"x\"); PRINT 1; PRINT 2.5;",
-     "tables added\n  + other unused entries, or another order of entries\n" +
+     "tables changed\n  + other unused entries, or another order of entries\n" +
          std::string(INTERNAL)},
+    {"WINDOW w { ON ENTER EXECUTE { PRINT 1; } }",
+     "WINDOW w { ON ENTER DO x; ON EXIT EXECUTE { ; } }",
+     "WINDOW w / ON ENTER: action added\n  + DO x;\n"
+     "WINDOW w / ON ENTER: EXECUTE block removed\n  - EXECUTE block\n"
+     "WINDOW w: handler added\n  + ON EXIT\n" +
+         std::string(INTERNAL)},
+    {"WINDOW w { ON ENTER EXECUTE { PRINT 1; } }",
+     "WINDOW w { ON ENTER EXECUTE { PRINT 2; } }",
+     "WINDOW w / ON ENTER / EXECUTE block: statement changed\n"
+     "  - PRINT 1;\n  + PRINT 2;\n" +
+         std::string(INTERNAL)},
+    // Orders.
+    {"WINDOW w { z = 1; a = 1; b = 2; BUTTON x { ; } LABEL y { ; } }",
+     "WINDOW w { z = 1; b = 2; a = 1; LABEL y { ; } BUTTON x { ; } }",
+     "WINDOW w: order of attributes changed\n  - a, b\n  + b, a\n"
+     "WINDOW w: order changed\n  - BUTTON x, LABEL y\n"
+     "  + LABEL y, BUTTON x\n" +
+         std::string(INTERNAL)},
+    {"MODULE m; IMPORT a; IMPORT b; SUB s INTEGER a, b, c, d, e, f; ; SUBEND"
+     " SUB t ; SUBEND SUB u ; SUBEND SUB v ; SUBEND",
+     "MODULE m; IMPORT b; IMPORT a; SUB u ; SUBEND SUB t ; SUBEND"
+     " SUB s INTEGER f, e, d, c, b, a; ; SUBEND SUB v ; SUBEND",
+     "order of imports changed\n  - a, b\n  + b, a\n"
+     "SUB s: order of variables changed\n  - a, b, c, d, e, ...\n"
+     "  + f, e, d, c, b, ...\n"
+     "order changed\n  - SUB s, SUB t, SUB u\n  + SUB u, SUB t, SUB s\n" +
+         std::string(INTERNAL)},
+    {"PROGRAM p; COMMON c INTEGER x; END COMMON COMMON d REAL y; END COMMON ;",
+     "PROGRAM p; COMMON d REAL y; END COMMON COMMON c INTEGER x; END COMMON ;",
+     "main program: order of COMMON blocks changed\n  - c, d\n  + d, c\n" +
+         std::string(INTERNAL)},
+    {"PROGRAM p; COMMON c INTEGER x, y; END COMMON ;",
+     "PROGRAM p; COMMON c INTEGER y, x; END COMMON ;",
+     "main program / COMMON c: order of COMMON variables changed"
+     "  (affects callers or users)\n  - x, y\n  + y, x\n" +
+         std::string(AFFECTED)},
     {"PROGRAM p; ;", "WINDOW w { ; }",
      "masks and programs have nothing in common to compare: b holds masks, "
      "a a program or module"},
@@ -90,6 +128,41 @@ TEST(Diff, SaysWhatChanged) {
   EXPECT_EQ(
       "recorded lines changed\n  - none\n  + there\n" + std::string(INTERNAL),
       DiffText(Bytes(source, 1, 0), Bytes(source, 4, 1)));
+}
+
+// A range that begins with a NaN of these bits.
+std::string NanBytes(const std::string& bits) {
+  XdMemory file;
+  CompiledAssemblyError error;
+  EXPECT_TRUE(CompiledAssemble(
+      "quillo-assembly 1\nfile program plain\nname \"p\"\nbody {\n  PRINT\n}\n"
+      "variables {\n  REAL \"r\" range " +
+          bits + " 1\n}\n",
+      &file, &error))
+      << error.message;
+  return std::string(file.bytes());
+}
+
+TEST(Diff, ShowsWhatNoSourceGives) {
+  std::string other = Bytes("PROGRAM p; ;", 1, 0);
+  const std::string usual = other;
+  other[5] = 'a';
+  EXPECT_EQ("format version changed\n  - 17.0.32\n  + 17.0.97\n" +
+                std::string(INTERNAL),
+            DiffText(usual, other));
+  const std::string strange = NanBytes("0x7ff8000000000001");
+  std::string nan;
+  ASSERT_TRUE(SpellRealByIntegers(
+      &nan, std::bit_cast<double>(uint64_t{0xfff8000000000000})));
+  EXPECT_EQ("main program: variable changed\n  - REAL r[" + nan +
+                ":1];\n  + REAL r[NaN(0x7ff8000000000001):1];\n" + INTERNAL,
+            DiffText(NanBytes("0xfff8000000000000"), strange));
+  const Decompiled none = Decompile(strange, "x");
+  EXPECT_EQ(DecompileOutcome::REFUSED, none.outcome);
+  EXPECT_EQ(
+      "main program: no expression gives a bound that is the NaN "
+      "0x7ff8000000000001",
+      none.message);
 }
 
 // Taking out of one text what a hunk has in it, and putting in what it has of

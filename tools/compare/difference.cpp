@@ -22,6 +22,12 @@ std::string_view NameIn(std::string_view line, bool is_declaration) {
   return line.substr(0, line.find_first_of(" [(;,"));
 }
 
+constexpr std::string_view IMPORT = "IMPORT ", COMMON = "COMMON ";
+
+bool IsMainBody(const OutlinePart& routine) {
+  return routine.name == "main program" || routine.name == "EXECUTE block";
+}
+
 class Comparison {
  public:
   Comparison(const Outline& a, const Outline& b, Difference* difference)
@@ -37,12 +43,43 @@ class Comparison {
  private:
   void add(const std::string& where, std::string what, std::string_view before,
            std::string_view after, bool affects_users = false) {
-    changes_->push_back({where, std::move(what), std::string(before),
+    const ChangeHow how = before.empty()  ? ChangeHow::ADDED
+                          : after.empty() ? ChangeHow::REMOVED
+                                          : ChangeHow::CHANGED;
+    changes_->push_back({where, std::move(what), how, std::string(before),
                          std::string(after), affects_users});
   }
 
-  // PROGRAM a;  or  MODULE a;
+  // The same names in two orders.
+  void order(const std::string& where, std::string what, const Lines& a,
+             const Lines& b, bool affects_users = false) {
+    const auto first = std::mismatch(a.begin(), a.end(), b.begin()).first;
+    if (first == a.end()) return;
+    const auto last = std::mismatch(a.rbegin(), a.rend(), b.rbegin()).first;
+    const auto begin = static_cast<size_t>(first - a.begin());
+    const auto end = static_cast<size_t>(last.base() - a.begin());
+    const auto text = [&](const Lines& names) {
+      constexpr size_t MOST_NAMES = 5;
+      std::string shown;
+      for (size_t i = begin; i < end; i++) {
+        if (i > begin) shown += ", ";
+        if (i == begin + MOST_NAMES) return shown + "...";
+        shown += names[i];
+      }
+      return shown;
+    };
+    add(where, std::move(what), text(a), text(b), affects_users);
+  }
+
   void headers() {
+    const auto version = [](const XdHeader& header) {
+      return std::to_string(header.maVers) + '.' +
+             std::to_string(header.miVers) + '.' +
+             std::to_string(header.Sub_vers);
+    };
+    if (version(a_.header) != version(b_.header))
+      add("", "format version", version(a_.header), version(b_.header));
+    // PROGRAM a;  or  MODULE a;
     const auto header = [](const Outline& outline) {
       return outline.root.lines.empty() ? std::string_view()
                                         : outline.root.lines[0];
@@ -56,8 +93,7 @@ class Comparison {
     std::map<std::string_view, std::vector<const OutlinePart*>> others;
     for (const OutlinePart& part : b.parts) others[key(part)].push_back(&part);
     std::map<std::string_view, size_t> taken;
-    const OutlinePart* latest = nullptr;
-    bool moved = false;
+    std::vector<const OutlinePart*> in_both;  // as the other file has them
     for (const OutlinePart& part : a.parts) {
       const std::string_view name = key(part);
       const size_t number = taken[name]++;
@@ -67,8 +103,7 @@ class Comparison {
         continue;
       }
       const OutlinePart* other = found->second[number];
-      moved |= latest != nullptr && other < latest;
-      latest = other;
+      in_both.push_back(other);
       both(part, *other, where);
     }
     std::map<std::string_view, size_t> seen;
@@ -76,7 +111,18 @@ class Comparison {
       const std::string_view name = key(part);
       if (seen[name]++ >= taken[name]) one_sided(part, where, false);
     }
-    if (moved) add(where, "order", "", "other order of what is in it");
+    if (std::is_sorted(in_both.begin(), in_both.end())) return;
+    const Lines before = names(in_both);
+    std::sort(in_both.begin(), in_both.end());
+    order(where, "order", before, names(in_both));
+  }
+
+  static Lines names(const std::vector<const OutlinePart*>& parts) {
+    Lines result;
+    for (const OutlinePart* part : parts)
+      result.push_back(part->part == TextPart::HANDLER ? events(*part)
+                                                       : part->name);
+    return result;
   }
 
   // Parts without a name are one of a kind.
@@ -129,8 +175,10 @@ class Comparison {
             part.part == TextPart::ROUTINE || part.part == TextPart::OBJECT;
         const std::string text(part.part == TextPart::HANDLER ? events(part)
                                                               : part.name);
-        add(where, part.name == "main program" ? part.name : word(part.part),
-            removed ? text : "", removed ? "" : text, by_name && removed);
+        // The code of a handler is nobody else's affair.
+        add(where, IsMainBody(part) ? part.name : word(part.part),
+            removed ? text : "", removed ? "" : text,
+            by_name && removed && part.name != "EXECUTE block");
         return;
       }
       case TextPart::IMPORTS:
@@ -190,7 +238,7 @@ class Comparison {
       size_t i = hunk.a_first, j = hunk.b_first;
       // Lines that face each other are taken for the same one, changed.
       for (; i < hunk.a_end && j < hunk.b_end; i++, j++)
-        add(where, what, a[i], b[j]);
+        if (a[i] != b[j]) add(where, what, a[i], b[j]);
       for (; i < hunk.a_end; i++) add(where, what, a[i], "");
       for (; j < hunk.b_end; j++) add(where, what, "", b[j]);
     }
@@ -202,7 +250,7 @@ class Comparison {
     if (a == b) return;
     std::multimap<std::string_view, std::string_view> others;
     const auto name = [&](std::string_view line) {
-      return line.starts_with("IMPORT ")
+      return line.starts_with(IMPORT)
                  ? line.substr(0, std::min(line.find(" FROM"), line.find(';')))
                  : NameIn(line, is_declaration);
     };
@@ -225,42 +273,66 @@ class Comparison {
       add(where, what, "", line, affects_users);
       others.erase(found);
     }
-    if (changes_->size() == before)
-      add(where, std::string("order of ") + what + "s", "", "another one",
+    if (changes_->size() != before) return;
+    Lines a_names, b_names;
+    const auto bare = [&](std::string_view line) {
+      const std::string_view all = name(line);
+      return line.starts_with(IMPORT) ? all.substr(IMPORT.size()) : all;
+    };
+    std::transform(a.begin(), a.end(), std::back_inserter(a_names), bare);
+    std::transform(b.begin(), b.end(), std::back_inserter(b_names), bare);
+    order(where, std::string("order of ") + what + "s", a_names, b_names,
           affects_users);
   }
 
   // COMMON blocks are shared with others, so all of a block counts.
   void variables(const Lines& a, const Lines& b, const std::string& where) {
     if (a == b) return;
-    std::map<std::string_view, Lines> a_blocks, b_blocks;
+    Blocks a_blocks, b_blocks;
     named(outside_blocks(a, &a_blocks), outside_blocks(b, &b_blocks), where,
           "variable", true, false);
-    for (auto& [name, lines] : a_blocks) {
-      const auto found = b_blocks.find(name);
-      if (found == b_blocks.end()) {
+    for (const auto& [name, lines] : a_blocks.lines) {
+      const auto found = b_blocks.lines.find(name);
+      if (found == b_blocks.lines.end())
         add(where, "COMMON block", name, "", true);
-        continue;
-      }
-      named(lines, found->second, inside(where, name), "COMMON variable", true,
-            true);
-      b_blocks.erase(found);
+      else
+        named(lines, found->second, inside(where, name), "COMMON variable",
+              true, true);
     }
-    for (auto& [name, lines] : b_blocks)
-      add(where, "COMMON block", "", name, true);
+    for (const auto& [name, lines] : b_blocks.lines)
+      if (a_blocks.lines.count(name) == 0)
+        add(where, "COMMON block", "", name, true);
+    order(where, "order of COMMON blocks", a_blocks.in_both(b_blocks),
+          b_blocks.in_both(a_blocks));
   }
 
-  static Lines outside_blocks(const Lines& lines,
-                              std::map<std::string_view, Lines>* blocks) {
+  struct Blocks {
+    std::map<std::string_view, Lines> lines;
+    Lines names;  // in their order
+
+    // Without COMMON.
+    Lines in_both(const Blocks& others) const {
+      Lines result;
+      for (const std::string_view name : names)
+        if (others.lines.count(name) > 0)
+          result.push_back(name.substr(COMMON.size()));
+      return result;
+    }
+  };
+
+  static Lines outside_blocks(const Lines& lines, Blocks* blocks) {
     Lines outside;
     Lines* block = nullptr;
     for (const std::string_view line : lines) {
-      if (line.starts_with("COMMON "))
-        block = &(*blocks)[line];
-      else if (line == "END COMMON")
+      if (line.starts_with(COMMON)) {
+        const auto [place, is_new] = blocks->lines.try_emplace(line);
+        if (is_new) blocks->names.push_back(line);
+        block = &place->second;
+      } else if (line == "END COMMON") {
         block = nullptr;
-      else
+      } else {
         (block != nullptr ? *block : outside).push_back(line);
+      }
     }
     return outside;
   }
@@ -302,8 +374,12 @@ class Comparison {
 };
 
 const char* How(const Change& change) {
-  if (change.before.empty()) return "added";
-  return change.after.empty() ? "removed" : "changed";
+  switch (change.how) {
+    case ChangeHow::ADDED: return "added";
+    case ChangeHow::REMOVED: return "removed";
+    case ChangeHow::CHANGED: return "changed";
+  }
+  return "";
 }
 
 }  // namespace
@@ -337,8 +413,8 @@ Difference FindDifference(std::string_view a, const std::string& a_name,
   Comparison(outline_a, outline_b, &difference).run();
   if (difference.changes.empty())
     difference.changes.push_back(
-        {"", "tables", "", "other unused entries, or another order of entries",
-         false});
+        {"", "tables", ChangeHow::CHANGED, "",
+         "other unused entries, or another order of entries", false});
   return difference;
 }
 

@@ -2,17 +2,21 @@
 #ifndef TOOLS_COMPARE_DIFFERENCE_H
 #define TOOLS_COMPARE_DIFFERENCE_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "tools/output.h"
 
+enum class ChangeHow : uint8_t { ADDED, REMOVED, CHANGED };
+
 struct Change {
-  std::string where;   // "SUB area", "WINDOW main / ON ENTER"; empty: the file
-  std::string what;    // "statement", "variable", "import" ...
-  std::string before;  // empty: added
-  std::string after;   // empty: removed
+  std::string where;  // "SUB area", "WINDOW main / ON ENTER"; empty: the file
+  std::string what;   // "statement", "variable", "import" ...
+  ChangeHow how;
+  std::string before;  // empty where there is nothing to show
+  std::string after;
   bool affects_users = false;  // those who call or use it from elsewhere
 };
 

@@ -24,7 +24,7 @@ struct SourceFile {
 // Parts of a text, for those who compare texts part by part.
 enum class TextPart : uint8_t {
   IMPORTS,
-  ROUTINE,    // a SUB or the main program; its name
+  ROUTINE,    // a SUB, the main program, an EXECUTE block; its name
   SIGNATURE,  // name and parameters of a SUB
   VARIABLES,
   BODY,

@@ -187,7 +187,7 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
     end_part();
     subs();
     if (is_module && program.subs.empty() && writes()) layout_->include_none();
-    if (!is_module) main_body();
+    if (!is_module) main_body("main program");
     if (is_module &&
         !(program.variables.entries.empty() && program.commons.empty() &&
           program.variables.required == 0))
@@ -198,7 +198,7 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
     if (frame == ProgramFrame::HANDLER) {
       if (is_module) refuse("a handler without statements");
       subs();
-      main_body();
+      main_body("EXECUTE block");
     } else {
       if (!is_module) refuse("a MODULE block with statements");
       enter(program.variables, nullptr, program.commons);
@@ -323,11 +323,11 @@ void ProgramWalk::sub(const McSub& sub) {
   end_part();
 }
 
-void ProgramWalk::main_body() {
-  where_ = "main program";
+void ProgramWalk::main_body(const char* name) {
+  where_ = name;
   place();
   paragraph();
-  begin_part(TextPart::ROUTINE, "main program");
+  begin_part(TextPart::ROUTINE, name);
   enter(program_->variables, nullptr, program_->commons);
   declarations(program_->variables, program_->commons, false);
   if (!program_->variables.entries.empty() || !program_->commons.empty())

@@ -116,7 +116,7 @@ class ProgramWalk {
   void import_names(size_t first, size_t end);
   void subs();
   void sub(const McSub& sub);
-  void main_body();
+  void main_body(const char* name);
   void parameters(const McVarTable& table);
   void enter(const McVarTable& locals, const McVarTable* parameters,
              const UtVector<McCommon>& commons);
