@@ -9,6 +9,11 @@
 #include "tools/compare/line_diff.h"
 #include "tools/compare/outline.h"
 
+struct ComparedOutlines {
+  LineTable table;
+  Outline a, b;
+};
+
 namespace {
 
 using Lines = std::vector<std::string_view>;
@@ -30,28 +35,33 @@ bool IsMainBody(const OutlinePart& routine) {
 
 class Comparison {
  public:
-  Comparison(const Outline& a, const Outline& b, Difference* difference)
-      : a_(a), b_(b), changes_(&difference->changes) {}
+  Comparison(const ComparedOutlines& outlines,
+             const std::function<void(const Change&)>& use)
+      : table_(outlines.table), a_(outlines.a), b_(outlines.b), use_(use) {}
 
   void run() {
     headers();
     parts(a_.root, b_.root, "");
     constants();
-    if (changes_->empty()) recorded_lines();
+    if (found_ == 0) recorded_lines();
+    if (found_ == 0)
+      use_({"", "tables", ChangeHow::CHANGED, "",
+            "other unused entries, or another order of entries", false});
   }
 
  private:
-  void add(const std::string& where, std::string what, std::string_view before,
-           std::string_view after, bool affects_users = false) {
+  void add(std::string_view where, std::string_view what,
+           std::string_view before, std::string_view after,
+           bool affects_users = false) {
     const ChangeHow how = before.empty()  ? ChangeHow::ADDED
                           : after.empty() ? ChangeHow::REMOVED
                                           : ChangeHow::CHANGED;
-    changes_->push_back({where, std::move(what), how, std::string(before),
-                         std::string(after), affects_users});
+    use_({where, what, how, before, after, affects_users});
+    found_++;
   }
 
   // The same names in two orders.
-  void order(const std::string& where, std::string what, const Lines& a,
+  void order(const std::string& where, const std::string& what, const Lines& a,
              const Lines& b, bool affects_users = false) {
     const auto first = std::mismatch(a.begin(), a.end(), b.begin()).first;
     if (first == a.end()) return;
@@ -68,7 +78,7 @@ class Comparison {
       }
       return shown;
     };
-    add(where, std::move(what), text(a), text(b), affects_users);
+    add(where, what, text(a), text(b), affects_users);
   }
 
   void headers() {
@@ -80,12 +90,18 @@ class Comparison {
     if (version(a_.header) != version(b_.header))
       add("", "format version", version(a_.header), version(b_.header));
     // PROGRAM a;  or  MODULE a;
-    const auto header = [](const Outline& outline) {
-      return outline.root.lines.empty() ? std::string_view()
-                                        : outline.root.lines[0];
-    };
-    if (!a_.is_mask && header(a_) != header(b_))
-      add("", "name", header(a_), header(b_), true);
+    const std::string_view a = first_line(a_.root), b = first_line(b_.root);
+    if (!a_.is_mask && a != b) add("", "name", a, b, true);
+  }
+
+  std::string_view first_line(const OutlinePart& part) const {
+    return part.lines.empty() ? std::string_view() : table_[part.lines[0]];
+  }
+
+  Lines lines_of(const OutlinePart& part) const {
+    Lines lines;
+    for (const uint32_t line : part.lines) lines.push_back(table_[line]);
+    return lines;
   }
 
   void parts(const OutlinePart& a, const OutlinePart& b,
@@ -117,7 +133,7 @@ class Comparison {
     order(where, "order", before, names(in_both));
   }
 
-  static Lines names(const std::vector<const OutlinePart*>& parts) {
+  Lines names(const std::vector<const OutlinePart*>& parts) const {
     Lines result;
     for (const OutlinePart* part : parts)
       result.push_back(part->part == TextPart::HANDLER ? events(*part)
@@ -126,7 +142,7 @@ class Comparison {
   }
 
   // Parts without a name are one of a kind.
-  static std::string_view key(const OutlinePart& part) {
+  std::string_view key(const OutlinePart& part) const {
     static constexpr const char* KEYS[] = {"\1", "",   "\2", "\3", "\4",
                                            "",   "\5", "",   "\6"};
     if (part.part == TextPart::HANDLER) return events(part);
@@ -135,9 +151,9 @@ class Comparison {
   }
 
   // ON KEY PF1 OR ENTER
-  static std::string_view events(const OutlinePart& handler) {
+  std::string_view events(const OutlinePart& handler) const {
     if (handler.lines.empty()) return "ON";
-    const std::string_view line = handler.lines[0];
+    const std::string_view line = first_line(handler);
     return line.substr(0, std::min({line.find(" DO "), line.find(" EXECUTE "),
                                     line.find(" {")}));
   }
@@ -193,32 +209,35 @@ class Comparison {
 
   void both(const OutlinePart& a, const OutlinePart& b,
             const std::string& where) {
+    if (a.lines == b.lines && a.parts.empty() && b.parts.empty()) return;
     switch (a.part) {
       case TextPart::ROUTINE:
       case TextPart::OBJECT:
       case TextPart::MODULE: return parts(a, b, inside(where, a.name));
       case TextPart::HANDLER: {
         const std::string in = inside(where, events(a));
-        texts(handler_lines(a), handler_lines(b), in, "action");
+        texts(handler_lines(a), handler_lines(b), in, "action",
+              [](std::string_view line) { return line; });
         return parts(a, b, in);
       }
       case TextPart::SIGNATURE:
-        if (a.lines != b.lines)
-          add(where, "parameters", a.lines.empty() ? "" : a.lines[0],
-              b.lines.empty() ? "" : b.lines[0], true);
-        return;
-      case TextPart::VARIABLES: return variables(a.lines, b.lines, where);
+        return add(where, "parameters", first_line(a), first_line(b), true);
+      case TextPart::VARIABLES:
+        return variables(lines_of(a), lines_of(b), where);
       case TextPart::IMPORTS:
-        return named(a.lines, b.lines, where, "import", false, false);
+        return named(lines_of(a), lines_of(b), where, "import", false, false);
       case TextPart::ATTRIBUTES:
-        return named(a.lines, b.lines, where, "attribute", false, false);
-      case TextPart::BODY: return texts(a.lines, b.lines, where, "statement");
+        return named(lines_of(a), lines_of(b), where, "attribute", false,
+                     false);
+      case TextPart::BODY:
+        return texts(a.lines, b.lines, where, "statement",
+                     [this](uint32_t line) { return table_[line]; });
     }
   }
 
   // What a handler does when that is no program.
-  static Lines handler_lines(const OutlinePart& handler) {
-    Lines lines = handler.lines;
+  Lines handler_lines(const OutlinePart& handler) const {
+    Lines lines = lines_of(handler);
     if (!lines.empty())
       lines[0].remove_prefix(
           std::min(events(handler).size() + 1, lines[0].size()));
@@ -231,16 +250,17 @@ class Comparison {
     return lines;
   }
 
-  void texts(const Lines& a, const Lines& b, const std::string& where,
-             const char* what) {
+  template <class Line, class Shown>
+  void texts(const std::vector<Line>& a, const std::vector<Line>& b,
+             const std::string& where, const char* what, Shown shown) {
     if (a == b) return;
     for (const LineHunk& hunk : DiffLines(a, b)) {
       size_t i = hunk.a_first, j = hunk.b_first;
       // Lines that face each other are taken for the same one, changed.
       for (; i < hunk.a_end && j < hunk.b_end; i++, j++)
-        if (a[i] != b[j]) add(where, what, a[i], b[j]);
-      for (; i < hunk.a_end; i++) add(where, what, a[i], "");
-      for (; j < hunk.b_end; j++) add(where, what, "", b[j]);
+        if (a[i] != b[j]) add(where, what, shown(a[i]), shown(b[j]));
+      for (; i < hunk.a_end; i++) add(where, what, shown(a[i]), "");
+      for (; j < hunk.b_end; j++) add(where, what, "", shown(b[j]));
     }
   }
 
@@ -255,7 +275,7 @@ class Comparison {
                  : NameIn(line, is_declaration);
     };
     for (const std::string_view line : b) others.emplace(name(line), line);
-    const size_t before = changes_->size();
+    const uint64_t before = found_;
     for (const std::string_view line : a) {
       const auto found = others.find(name(line));
       if (found == others.end()) {
@@ -273,7 +293,7 @@ class Comparison {
       add(where, what, "", line, affects_users);
       others.erase(found);
     }
-    if (changes_->size() != before) return;
+    if (found_ != before) return;
     Lines a_names, b_names;
     const auto bare = [&](std::string_view line) {
       const std::string_view all = name(line);
@@ -368,9 +388,11 @@ class Comparison {
         "on line " + std::to_string(b_.lines[first]));
   }
 
+  const LineTable& table_;
   const Outline& a_;
   const Outline& b_;
-  std::vector<Change>* changes_;
+  const std::function<void(const Change&)>& use_;
+  uint64_t found_ = 0;
 };
 
 const char* How(const Change& change) {
@@ -384,37 +406,38 @@ const char* How(const Change& change) {
 
 }  // namespace
 
+void Difference::each_change(
+    const std::function<void(const Change&)>& use) const {
+  if (outlines != nullptr) Comparison(*outlines, use).run();
+}
+
 bool Difference::affects_users() const {
-  return std::any_of(changes.begin(), changes.end(),
-                     [](const Change& change) { return change.affects_users; });
+  bool affected = false;
+  each_change([&](const Change& change) { affected |= change.affects_users; });
+  return affected;
 }
 
 Difference FindDifference(std::string_view a, const std::string& a_name,
                           std::string_view b, const std::string& b_name) {
   Difference difference;
-  Outline outline_a, outline_b;
-  std::string wrong = MakeOutline(a, &outline_a);
+  const auto outlines = std::make_shared<ComparedOutlines>();
+  std::string wrong = MakeOutline(a, &outlines->table, &outlines->a);
   if (!wrong.empty()) wrong = a_name + ": " + wrong;
   if (wrong.empty() && a == b) {
     difference.same_bytes = true;
     return difference;
   }
   if (wrong.empty()) {
-    wrong = MakeOutline(b, &outline_b);
+    wrong = MakeOutline(b, &outlines->table, &outlines->b);
     if (!wrong.empty()) wrong = b_name + ": " + wrong;
   }
-  if (wrong.empty() && outline_a.is_mask != outline_b.is_mask)
-    wrong = NothingInCommon(a_name, outline_a.is_mask, b_name);
+  if (wrong.empty() && outlines->a.is_mask != outlines->b.is_mask)
+    wrong = NothingInCommon(a_name, outlines->a.is_mask, b_name);
   difference.trouble = wrong;
   if (!wrong.empty()) return difference;
-  if (outline_a.header.transport != outline_b.header.transport)
+  if (outlines->a.header.transport != outlines->b.header.transport)
     difference.other_encoding = SameInOtherTransport(a, b);
-  if (difference.other_encoding) return difference;
-  Comparison(outline_a, outline_b, &difference).run();
-  if (difference.changes.empty())
-    difference.changes.push_back(
-        {"", "tables", ChangeHow::CHANGED, "",
-         "other unused entries, or another order of entries", false});
+  if (!difference.other_encoding) difference.outlines = outlines;
   return difference;
 }
 
@@ -438,7 +461,7 @@ void PrintChange(ToolOutput* out, const Change& change) {
   out->put(How(change));
   if (change.affects_users) out->put("  (affects callers or users)");
   out->put('\n');
-  const auto line = [&](const char* sign, const std::string& text) {
+  const auto line = [&](std::string_view sign, std::string_view text) {
     if (text.empty()) return;
     out->put(sign);
     out->put(text);
@@ -452,8 +475,12 @@ void PrintDifference(ToolOutput* out, const Difference& difference) {
   if (difference.same_bytes) return out->put("same file content\n");
   if (difference.other_encoding)
     return out->put("same program, other encoding\n");
-  for (const Change& change : difference.changes) PrintChange(out, change);
-  out->put(difference.affects_users()
+  bool affected = false;
+  difference.each_change([&](const Change& change) {
+    PrintChange(out, change);
+    affected |= change.affects_users;
+  });
+  out->put(affected
                ? "callers or users are affected\n"
                : "the change is internal: no caller or user is affected\n");
 }
@@ -466,7 +493,7 @@ void PrintDifferenceJson(ToolOutput* out, const Difference& difference) {
   json.key("other_encoding").boolean(difference.other_encoding);
   json.key("affects_users").boolean(difference.affects_users());
   json.key("changes").begin_array();
-  for (const Change& change : difference.changes) {
+  difference.each_change([&](const Change& change) {
     json.begin_object();
     json.key("where").text(change.where);
     json.key("what").text(change.what);
@@ -475,7 +502,7 @@ void PrintDifferenceJson(ToolOutput* out, const Difference& difference) {
     json.key("after").text(change.after);
     json.key("affects_users").boolean(change.affects_users);
     json.end_object();
-  }
+  });
   json.end_array();
   json.end_object();
 }

@@ -3,28 +3,37 @@
 #define TOOLS_COMPARE_DIFFERENCE_H
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tools/output.h"
 
 enum class ChangeHow : uint8_t { ADDED, REMOVED, CHANGED };
 
 struct Change {
-  std::string where;  // "SUB area", "WINDOW main / ON ENTER"; empty: the file
-  std::string what;   // "statement", "variable", "import" ...
+  std::string_view where;  // "SUB area", "WINDOW w / ON ENTER"; empty: the file
+  std::string_view what;   // "statement", "variable", "import" ...
   ChangeHow how;
-  std::string before;  // empty where there is nothing to show
-  std::string after;
-  bool affects_users = false;  // those who call or use it from elsewhere
+  std::string_view before;  // empty where there is nothing to show
+  std::string_view after;
+  bool affects_users;  // those who call or use it from elsewhere
 };
 
+struct ComparedOutlines;
+
+// There may be as many changes as the files have lines, and more, so they are
+// not kept but found again when they are asked for.
 struct Difference {
   std::string trouble;  // why the files cannot be compared; empty: they were
   bool same_bytes = false;
   bool other_encoding = false;  // the same content in another transport
-  std::vector<Change> changes;
+  std::shared_ptr<const ComparedOutlines> outlines;
+
+  // Hands over the changes, one after the other, in the order of the files. The
+  // texts of a change live no longer than its call.
+  void each_change(const std::function<void(const Change&)>& use) const;
 
   bool same() const { return same_bytes || other_encoding; }
   bool affects_users() const;

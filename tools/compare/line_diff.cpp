@@ -4,7 +4,6 @@
 #include "tools/compare/line_diff.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <unordered_map>
 
 namespace {
@@ -164,6 +163,11 @@ class Differ {
 };
 
 }  // namespace
+
+std::vector<LineHunk> DiffLines(const std::vector<uint32_t>& a,
+                                const std::vector<uint32_t>& b) {
+  return Differ(a, b).run();
+}
 
 std::vector<LineHunk> DiffLines(const std::vector<std::string_view>& a,
                                 const std::vector<std::string_view>& b) {

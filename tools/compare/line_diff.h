@@ -3,6 +3,7 @@
 #define TOOLS_COMPARE_LINE_DIFF_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -17,5 +18,9 @@ struct LineHunk {
 // time that grows with the texts only.
 std::vector<LineHunk> DiffLines(const std::vector<std::string_view>& a,
                                 const std::vector<std::string_view>& b);
+
+// The same for lines that have numbers, equal ones the same.
+std::vector<LineHunk> DiffLines(const std::vector<uint32_t>& a,
+                                const std::vector<uint32_t>& b);
 
 #endif

@@ -4,6 +4,7 @@
 // in memory, and what it gives is compared.
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "Cutil/codes.h"
 #include "elut/compile/parse.h"
@@ -92,7 +93,10 @@ int Run(const Options& options) {
       FindDifference(made.bytes(), options.source, bytes, options.file);
   if (!difference.trouble.empty()) return Trouble(difference.trouble);
   out.put("no\n");
-  if (!difference.changes.empty()) PrintChange(&out, difference.changes[0]);
+  bool first = true;
+  difference.each_change([&](const Change& change) {
+    if (std::exchange(first, false)) PrintChange(&out, change);
+  });
   return out.finish() ? TOOL_NO : TOOL_TROUBLE;
 }
 

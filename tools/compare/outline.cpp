@@ -5,30 +5,33 @@
 #include <algorithm>
 
 #include "Cutil/codes.h"
+#include "Cutil/ut_hash.h"
 #include "tools/compiled_model.h"
 #include "tools/decompile/unparse.h"
 
 namespace {
 
 // Appends the lines of a piece of text.
-void AddLines(std::string_view text, std::vector<std::string_view>* lines) {
+void AddLines(std::string_view text, LineTable* table,
+              std::vector<uint32_t>* lines) {
   while (!text.empty()) {
     const size_t end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     const size_t begin = line.find_first_not_of(' ');
-    if (begin != std::string_view::npos) lines->push_back(line.substr(begin));
+    if (begin != std::string_view::npos)
+      lines->push_back(table->add(line.substr(begin)));
   }
 }
 
-void BuildParts(const std::vector<TextMark>& marks, Outline* outline) {
+void BuildParts(std::string_view text, const std::vector<TextMark>& marks,
+                LineTable* table, Outline* outline) {
   // A part moves only when its neighbours grow in number, and then it has
   // ended.
   std::vector<OutlinePart*> path = {&outline->root};
-  const std::string_view text = outline->text;
   size_t at = 0;
   for (const TextMark& mark : marks) {
-    AddLines(text.substr(at, mark.offset - at), &path.back()->lines);
+    AddLines(text.substr(at, mark.offset - at), table, &path.back()->lines);
     at = mark.offset;
     if (mark.begins) {
       path.back()->parts.push_back({mark.part, mark.name, {}, {}});
@@ -37,12 +40,12 @@ void BuildParts(const std::vector<TextMark>& marks, Outline* outline) {
       path.pop_back();
     }
   }
-  AddLines(text.substr(at), &path.back()->lines);
+  AddLines(text.substr(at), table, &path.back()->lines);
 }
 
-}  // namespace
-
-std::string MakeOutline(std::string_view bytes, Outline* outline) {
+// The model is not there any more when the text is taken apart.
+std::string WriteText(std::string_view bytes, Outline* outline,
+                      std::vector<TextMark>* marks, std::string* text) {
   CompiledModel model;
   const std::string wrong = ReadCompiled(bytes, &model);
   if (!wrong.empty()) return wrong;
@@ -53,8 +56,7 @@ std::string MakeOutline(std::string_view bytes, Outline* outline) {
   unparsing.with_errors = true;
   const LineSurvey no_lines;
   const LinePlan no_plan;
-  std::vector<TextMark> marks;
-  Layout layout(no_lines, no_plan, &marks);
+  Layout layout(no_lines, no_plan, marks);
   try {
     if (outline->is_mask)
       WriteMasks(&unparsing, model.list, &layout);
@@ -63,8 +65,7 @@ std::string MakeOutline(std::string_view bytes, Outline* outline) {
   } catch (const Refusal& refusal) {
     return "has no source: " + refusal.reason;
   }
-  outline->text = std::move(layout.finish()[0].text);
-  BuildParts(marks, outline);
+  *text = std::move(layout.finish()[0].text);
   outline->lines = std::move(unparsing.lines.lines);
   outline->constants = std::move(unparsing.constants);
   std::sort(outline->constants.begin(), outline->constants.end());
@@ -72,6 +73,46 @@ std::string MakeOutline(std::string_view bytes, Outline* outline) {
       std::unique(outline->constants.begin(), outline->constants.end()),
       outline->constants.end());
   return {};
+}
+
+}  // namespace
+
+// At most half of the slots are taken.
+void LineTable::grow() {
+  if (2 * begins_.size() <= slots_.size()) return;
+  constexpr size_t FIRST_SLOTS = 64;
+  slots_.assign(std::max(FIRST_SLOTS, 2 * slots_.size()), 0);
+  for (uint32_t number = 0; number + 1 < begins_.size(); number++)
+    *slot_of((*this)[number]) = number + 1;
+}
+
+// The slot of a line, or the free one where it belongs.
+uint32_t* LineTable::slot_of(std::string_view line) {
+  size_t at = UtHash(line.data(), line.size());
+  for (;; at++) {
+    uint32_t& slot = slots_[at & (slots_.size() - 1)];
+    if (slot == 0 || (*this)[slot - 1] == line) return &slot;
+  }
+}
+
+uint32_t LineTable::add(std::string_view line) {
+  grow();
+  uint32_t* const slot = slot_of(line);
+  if (*slot == 0) {
+    *slot = static_cast<uint32_t>(begins_.size());
+    text_ += line;
+    begins_.push_back(text_.size());
+  }
+  return *slot - 1;
+}
+
+std::string MakeOutline(std::string_view bytes, LineTable* table,
+                        Outline* outline) {
+  std::vector<TextMark> marks;
+  std::string text;
+  std::string wrong = WriteText(bytes, outline, &marks, &text);
+  if (wrong.empty()) BuildParts(text, marks, table, outline);
+  return wrong;
 }
 
 bool SameInOtherTransport(std::string_view a, std::string_view b) {
