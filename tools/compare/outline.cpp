@@ -24,28 +24,52 @@ void AddLines(std::string_view text, LineTable* table,
   }
 }
 
-void BuildParts(std::string_view text, const std::vector<TextMark>& marks,
-                LineTable* table, Outline* outline) {
+// The others have nothing but their name and what surrounds their parts.
+bool HasLines(TextPart part) {
+  return part != TextPart::ROUTINE && part != TextPart::OBJECT &&
+         part != TextPart::MODULE;
+}
+
+// There are many small parts, so none keeps room that it does not need, and one
+// with nothing in it is left out.
+void EndPart(std::vector<OutlinePart*>* path) {
+  OutlinePart* part = path->back();
+  path->pop_back();
+  part->lines.shrink_to_fit();
+  part->parts.shrink_to_fit();
+  if (part->name.empty() && part->lines.empty() && part->parts.empty())
+    path->back()->parts.pop_back();
+}
+
+void BuildParts(std::string_view text, TextMarks* marks, LineTable* table,
+                Outline* outline) {
   // A part moves only when its neighbours grow in number, and then it has
   // ended.
   std::vector<OutlinePart*> path = {&outline->root};
   size_t at = 0;
-  for (const TextMark& mark : marks) {
-    AddLines(text.substr(at, mark.offset - at), table, &path.back()->lines);
-    at = mark.offset;
+  const auto add_lines = [&](size_t end) {
+    if (path.size() == 1 || HasLines(path.back()->part))
+      AddLines(text.substr(at, end - at), table, &path.back()->lines);
+    at = end;
+  };
+  for (const TextMark& mark : marks->marks) {
+    add_lines(mark.offset);
     if (mark.begins) {
-      path.back()->parts.push_back({mark.part, mark.name, {}, {}});
+      path.back()->parts.push_back({mark.part, {}, {}, {}});
       path.push_back(&path.back()->parts.back());
+      if (!mark.named) continue;
+      path.back()->name = std::move(marks->names.front());
+      marks->names.pop_front();
     } else {
-      path.pop_back();
+      EndPart(&path);
     }
   }
-  AddLines(text.substr(at), table, &path.back()->lines);
+  add_lines(text.size());
 }
 
 // The model is not there any more when the text is taken apart.
 std::string WriteText(std::string_view bytes, Outline* outline,
-                      std::vector<TextMark>* marks, std::string* text) {
+                      TextMarks* marks, std::string* text) {
   CompiledModel model;
   const std::string wrong = ReadCompiled(bytes, &model);
   if (!wrong.empty()) return wrong;
@@ -108,10 +132,10 @@ uint32_t LineTable::add(std::string_view line) {
 
 std::string MakeOutline(std::string_view bytes, LineTable* table,
                         Outline* outline) {
-  std::vector<TextMark> marks;
+  TextMarks marks;
   std::string text;
   std::string wrong = WriteText(bytes, outline, &marks, &text);
-  if (wrong.empty()) BuildParts(text, marks, table, outline);
+  if (wrong.empty()) BuildParts(text, &marks, table, outline);
   return wrong;
 }
 

@@ -31,7 +31,8 @@ class LineTable {
 };
 
 // A part with its own lines, without indents and empty ones, as numbers of a
-// table, and the parts in it.
+// table, and the parts in it. Of a routine, an object and a MODULE block the
+// name says what its lines would; parts with nothing in them are left out.
 struct OutlinePart {
   TextPart part;
   std::string name;

@@ -35,8 +35,7 @@ Layout::Layout(const LineSurvey& survey, const LinePlan& plan,
   if (may_feed()) put_command();
 }
 
-Layout::Layout(const LineSurvey& survey, const LinePlan& plan,
-               std::vector<TextMark>* marks)
+Layout::Layout(const LineSurvey& survey, const LinePlan& plan, TextMarks* marks)
     : survey_(survey),
       plan_(plan),
       limit_(SIZE_MAX),

@@ -38,8 +38,13 @@ enum class TextPart : uint8_t {
 struct TextMark {
   size_t offset;
   bool begins;
+  bool named;  // it has the next one of the names
   TextPart part;
-  std::string name;
+};
+
+struct TextMarks {
+  std::vector<TextMark> marks;
+  std::deque<std::string> names;
 };
 
 class Layout {
@@ -55,8 +60,7 @@ class Layout {
          std::string stem, std::string command, size_t limit);
   // Writes one text without a command, a statement per line however long it is,
   // and marks its parts.
-  Layout(const LineSurvey& survey, const LinePlan& plan,
-         std::vector<TextMark>* marks);
+  Layout(const LineSurvey& survey, const LinePlan& plan, TextMarks* marks);
 
   // A token, or several that belong together; a name with what is glued to it.
   // Never part of a token.
@@ -95,12 +99,13 @@ class Layout {
   void include_none();
 
   void begin_part(TextPart part, std::string_view name) {
-    if (marks_ != nullptr)
-      marks_->push_back({file().text.size(), true, part, std::string(name)});
+    if (marks_ == nullptr) return;
+    marks_->marks.push_back({file().text.size(), true, !name.empty(), part});
+    if (!name.empty()) marks_->names.emplace_back(name);
   }
   void end_part() {
     if (marks_ != nullptr)
-      marks_->push_back({file().text.size(), false, {}, {}});
+      marks_->marks.push_back({file().text.size(), false, false, {}});
   }
 
   // Ends all files. The main one is the first.
@@ -137,7 +142,7 @@ class Layout {
   size_t limit_;
   size_t longest_;  // column that a line may reach
   size_t width_;    // that it keeps to, where it can
-  std::vector<TextMark>* marks_ = nullptr;
+  TextMarks* marks_ = nullptr;
 
   std::deque<SourceFile> files_;  // in the order of their names
   SourceFile* current_;

@@ -174,6 +174,8 @@ void ProgramWalk::run(const McProgram& program, ProgramFrame frame) {
   declared_ = McValueType::VOID;
   reals_.clear();
   reals_known_ = false;
+  // What is read only is never come back to.
+  if (in_->for_reading) in_->programs.clear(), in_->next_program = 0;
   if (!writes() || in_->for_reading) in_->programs.emplace_back();
   entries_ =
       &in_->programs[writes() ? in_->next_program++ : in_->programs.size() - 1];
