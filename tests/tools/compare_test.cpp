@@ -130,6 +130,18 @@ TEST(Diff, SaysWhatChanged) {
       DiffText(Bytes(source, 1, 0), Bytes(source, 4, 1)));
 }
 
+// An edit too long to be searched is one hunk, in which some lines agree.
+TEST(Diff, LeavesOutEqualLinesOfAHunk) {
+  std::string a = "PROGRAM p;", b = a;
+  for (int i = 0; i < 1000; i++) {
+    a += " BREAK";
+    b += i % 2 == 0 ? " CONTINUE" : " BREAK";
+  }
+  const std::string text = DiffText(Bytes(a, 1, 0), Bytes(b, 1, 0));
+  EXPECT_NE(std::string::npos, text.find("  - BREAK\n  + CONTINUE\n"));
+  EXPECT_EQ(std::string::npos, text.find("  - BREAK\n  + BREAK\n"));
+}
+
 // A range that begins with a NaN of these bits.
 std::string NanBytes(const std::string& bits) {
   XdMemory file;
