@@ -1,10 +1,11 @@
-// Nearly all names of a build differ, and their sources need not be opened to
-// see that. Only where two stems are the same, as those of plate.mac and its
-// mask plate.msk, the kinds decide.
+// Nearly all files of a build differ, and their sources need not be opened to
+// see that: each source is taken for a program and for a mask at once. Only
+// where two of these files are one, as for plate.mac and a mask plate.msk whose
+// plate.cg is a link to plate.cm, the kinds decide.
 //
-// Different directories may be one, through symbolic links; so names are
-// compared with their directories as the system sees them, each of which is
-// asked for once.
+// Files that are there are compared as the system knows them, by device and
+// inode, links followed. Others are compared by their names, with directories
+// as the system sees them, each of which is asked for once.
 #include "tools/output_names.h"
 
 #include <sys/stat.h>
@@ -59,25 +60,34 @@ std::string DirectoryOf(const std::string& name) {
   return slash == std::string::npos ? "" : name.substr(0, slash);
 }
 
-// Names with their directories as the system sees them.
-class RealNames {
+// What tells one file from another, whatever names lead to it.
+class FileKeys {
  public:
-  explicit RealNames(const std::string& prefix) : prefix_(prefix) {}
-  std::string name(const std::string& stem) {
-    const std::string directory = DirectoryOf(stem);
-    const auto [place, added] = real_.try_emplace(directory);
-    if (added) {
-      std::error_code error;
-      const fs::path path = prefix_ + directory;
-      place->second =
-          fs::weakly_canonical(path.empty() ? "." : path, error).string();
-      if (error) place->second = path.string();
+  std::string of(std::string path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) == 0)
+      return std::to_string(status.st_dev) + ":" +
+             std::to_string(status.st_ino);
+    // A link that leads to nothing is followed when a file is made.
+    constexpr int MOST_LINKS = 40;  // as many as the system itself follows
+    std::error_code error;
+    for (int links = 0; links < MOST_LINKS; links++) {
+      const fs::path text = fs::read_symlink(path, error);
+      if (error) break;
+      path = (fs::path(path).parent_path() / text).string();
     }
-    return place->second + stem.substr(directory.size());
+    const fs::path directory = fs::path(path).parent_path();
+    const auto [place, added] = real_.try_emplace(directory.string());
+    if (added) {
+      place->second =
+          fs::weakly_canonical(directory.empty() ? "." : directory, error)
+              .string();
+      if (error) place->second = directory.string();
+    }
+    return place->second + "/" + path.substr(path.rfind('/') + 1);
   }
 
  private:
-  std::string prefix_;
   std::unordered_map<std::string, std::string> real_;
 };
 
@@ -93,6 +103,97 @@ Extensions ExtensionsOf(McSrcProvider* files, const std::string& source) {
   return {!mask, mask};
 }
 
+// One of the files that may be written for a source.
+struct Written {
+  size_t source;
+  bool mask;
+  bool depfile;
+};
+
+class Plan {
+ public:
+  Plan(const ToolOutputOptions& options, McSrcProvider* files,
+       const std::vector<std::string>& sources,
+       const std::vector<std::string>& stems)
+      : options_(options), files_(files), sources_(sources), stems_(stems) {}
+
+  bool sound(std::string* complaint);
+
+ private:
+  std::string path(const Written& file) const;
+  bool happens(const Written& file);
+  bool differ(const std::vector<Written>& same, std::string* complaint);
+
+  const ToolOutputOptions& options_;
+  McSrcProvider* files_;
+  const std::vector<std::string>& sources_;
+  const std::vector<std::string>& stems_;
+  std::unordered_map<size_t, Extensions> extensions_;
+};
+
+std::string Plan::path(const Written& file) const {
+  const std::string output =
+      stems_[file.source] + ToolOutputExtension(file.mask);
+  return file.depfile ? ToolDepfilePrefix(options_) + output + ".d"
+                      : ToolAsPrefix(options_.directory) + output;
+}
+
+// Whether the source is of the kind for which the file is written.
+bool Plan::happens(const Written& file) {
+  const auto [place, added] = extensions_.try_emplace(file.source);
+  if (added) place->second = ExtensionsOf(files_, sources_[file.source]);
+  return file.mask ? place->second.mask : place->second.program;
+}
+
+// All of them lead to one file.
+bool Plan::differ(const std::vector<Written>& same, std::string* complaint) {
+  const Written* first = nullptr;
+  for (const Written& file : same) {
+    if (!happens(file)) continue;
+    if (first == nullptr) {
+      first = &file;
+      continue;
+    }
+    // Of a pipe, which may be of either kind.
+    if (first->source == file.source && first->mask != file.mask) continue;
+    const std::string name = path(*first), other = path(file);
+    *complaint = "'" + name + "' would be written twice: for '" +
+                 sources_[first->source] + "' and" +
+                 (other == name ? "" : ", as '" + other + "',") + " for '" +
+                 sources_[file.source] + "'";
+    return false;
+  }
+  return true;
+}
+
+bool Plan::sound(std::string* complaint) {
+  FileKeys keys;
+  std::unordered_map<std::string, std::vector<Written>> users;
+  std::vector<const std::vector<Written>*> order;  // as they come first
+  for (size_t i = 0; i < sources_.size(); i++)
+    for (const bool depfile : {false, true})
+      for (const bool mask : {false, true}) {
+        if (depfile && !options_.depfiles) continue;
+        auto& same = users[keys.of(path({i, mask, depfile}))];
+        if (same.empty()) order.push_back(&same);
+        same.push_back({i, mask, depfile});
+      }
+  for (const auto* same : order)
+    if (same->size() > 1 && !differ(*same, complaint)) return false;
+  if (!options_.sources_stay) return true;
+  for (const std::string& source : sources_) {
+    const auto same = users.find(keys.of(source));
+    if (same == users.end()) continue;
+    for (const Written& file : same->second) {
+      if (!happens(file)) continue;
+      *complaint = "'" + path(file) + "', which would be written for '" +
+                   sources_[file.source] + "', is the source '" + source + "'";
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 const char* ToolOutputExtension(bool mask) {
@@ -104,42 +205,24 @@ std::string ToolAsPrefix(std::string directory) {
   return directory;
 }
 
+std::string ToolDepfilePrefix(const ToolOutputOptions& options) {
+  return ToolAsPrefix(options.depfile_directory.empty()
+                          ? options.directory
+                          : options.depfile_directory);
+}
+
 bool ToolPlanOutputs(const ToolOutputOptions& options, McSrcProvider* files,
                      const std::vector<std::string>& sources,
                      std::vector<std::string>* stems, std::string* complaint) {
-  const std::string prefix = ToolAsPrefix(options.directory);
-  RealNames real(prefix);
-  std::unordered_map<std::string, std::vector<size_t>> users;
-  for (size_t i = 0; i < sources.size(); i++) {
+  for (const std::string& source : sources) {
     std::string below;
-    if (!BelowRoot(options.root, sources[i], &below)) {
-      *complaint = "'" + sources[i] + "' is not below '" + options.root + "'";
+    if (!BelowRoot(options.root, source, &below)) {
+      *complaint = "'" + source + "' is not below '" + options.root + "'";
       return false;
     }
     stems->push_back(WithoutExtension(below));
-    users[real.name(stems->back())].push_back(i);
   }
-  for (size_t i = 0; i < sources.size(); i++) {
-    const auto& same = users[real.name((*stems)[i])];
-    // Each such stem once, where it comes first.
-    if (same.size() == 1 || same.front() != i) continue;
-    size_t owner[2] = {SIZE_MAX, SIZE_MAX};
-    for (const size_t user : same) {
-      const Extensions extensions = ExtensionsOf(files, sources[user]);
-      for (const bool mask : {false, true}) {
-        if (!(mask ? extensions.mask : extensions.program)) continue;
-        if (owner[mask] != SIZE_MAX) {
-          *complaint = "'" + prefix + (*stems)[i] + ToolOutputExtension(mask) +
-                       "' would be written twice: for '" +
-                       sources[owner[mask]] + "' and for '" + sources[user] +
-                       "'";
-          return false;
-        }
-        owner[mask] = user;
-      }
-    }
-  }
-  return true;
+  return Plan(options, files, sources, *stems).sound(complaint);
 }
 
 bool ToolMakeDirectories(const std::string& prefix,

@@ -1,5 +1,6 @@
 // Where the compiled files of many sources go, decided before the first one is
-// written: two sources never write one file.
+// written: two sources never write one file, whatever names and links lead to
+// it.
 //
 // A compiled file has the name of its source with .cm or .cg in the place of
 // the extension. It stands in the current directory, or in the one that is
@@ -16,8 +17,11 @@
 #include "elut/syntax/source_reader.h"
 
 struct ToolOutputOptions {
-  std::string directory;  // empty: the current one
-  std::string root;       // empty: no mirroring
+  std::string directory;          // empty: the current one
+  std::string root;               // empty: no mirroring
+  bool depfiles = false;          // a.cm.d for each a.cm,
+  std::string depfile_directory;  // below this; empty: beside it
+  bool sources_stay = false;      // what is written must not be a source
 };
 
 // The extension of what a source of that kind is compiled into.
@@ -27,9 +31,13 @@ const char* ToolOutputExtension(bool mask);
 // at its end.
 std::string ToolAsPrefix(std::string directory);
 
+// The same of where the depfiles go.
+std::string ToolDepfilePrefix(const ToolOutputOptions& options);
+
 // The names without the extension and without the directory given: "a", "p/a".
-// False when a source lies outside of the root, or two of them, as their kinds
-// are now, would be compiled into one file; `*complaint` tells which.
+// False when a source lies outside of the root, when what is written for the
+// sources, as their kinds are now, is not a file for each, or when it is one of
+// the sources; `*complaint` tells which.
 [[nodiscard]] bool ToolPlanOutputs(const ToolOutputOptions& options,
                                    McSrcProvider* files,
                                    const std::vector<std::string>& sources,

@@ -108,12 +108,36 @@ const Case OUTCOMES[] = {
      "quillo-tools: 'o/x.cm' would be written twice: for 'a/x.mac' and for "
      "'b/x.mac'\n"},
     {"ln -s a c; tools compile --root . a/x.mac c/x.mac", 2,
-     "quillo-tools: 'a/x.cm' would be written twice: for 'a/x.mac' and for "
-     "'c/x.mac'\n"},
-    // An output that is a source, by whatever name.
+     "quillo-tools: 'a/x.cm' would be written twice: for 'a/x.mac' and, as "
+     "'c/x.cm', for 'c/x.mac'\n"},
+    {"cp bad.mac y.mac; echo 1 >x.cm; ln x.cm y.cm\n"
+     "tools compile -j2 y.mac a/x.mac; cat x.cm",
+     0,
+     "1\nquillo-tools: 'y.cm' would be written twice: for 'y.mac' and, as "
+     "'x.cm', for 'a/x.mac'\n"},
+    {"mkdir o; ln -s ../o/y.cm o/x.cm; cp a/x.mac y.mac\n"
+     "tools compile -o o y.mac a/x.mac; ls -l o | wc -l",
+     0,
+     "2\nquillo-tools: 'o/y.cm' would be written twice: for 'y.mac' and, as "
+     "'o/x.cm', for 'a/x.mac'\n"},
+    {"mkdir d; ln -s ../x.cm d/x.cm.d; tools compile --depfile-dir d a/x.mac",
+     2,
+     "quillo-tools: 'x.cm' would be written twice: for 'a/x.mac' and, as "
+     "'d/x.cm.d', for 'a/x.mac'\n"},
+    // Those of the other kind are not written.
+    {"ln -s x.cg x.cm; tools compile a/x.msk; ls *.c?", 0,
+     "x.cg\nx.cm\n1 compiled, 0 failed\n"},
+    // What would be written is a source, by whatever name.
     {"ln a/x.mac y.cm; mv b/x.mac y.mac; tools compile -q y.mac a/x.mac\n"
-     "cmp y.cm a/x.mac",
-     0, "y.cm: error: the file cannot be stored\n"},
+     "cmp y.cm a/x.mac; ls *.c?",
+     0,
+     "y.cm\nquillo-tools: 'y.cm', which would be written for 'y.mac', is the "
+     "source 'a/x.mac'\n"},
+    {"mv b/x.mac x.cm.d; tools compile --depfile a/x.mac x.cm.d", 2,
+     "quillo-tools: 'x.cm.d', which would be written for 'a/x.mac', is the "
+     "source 'x.cm.d'\n"},
+    {"mkdir x.cm.d; tools compile -q --depfile a/x.mac", 1,
+     "x.cm.d: error: the file cannot be stored\n"},
     // Honest: what quillo hides in its status, and one failure among others.
     {"tools compile bad.msk", 1,
      "bad.msk:1:31: error: undefined variable 'x' [undefined-name]\n"

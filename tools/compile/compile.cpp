@@ -24,7 +24,8 @@ the order of the sources. Programs and masks are told apart by their text, so
 both may be given together. A source about which anything is reported counts as
 failed, and its compiled file is not written: an older one stays as it was,
 unless --remove-stale is given. A compiled file appears whole or not at all.
-Two sources that would write one file are refused before anything is written.
+Before anything is written it is refused that one file would be written twice,
+be it through a link, or that a file to be written is one of the sources.
 
 A SOURCE is a file, a directory, which stands for the .mac and .msk files in it
 and below it, or @LIST, a file with a name in each line; @- reads the names
@@ -38,18 +39,16 @@ command was used.
 struct Compile {
   std::vector<std::string> arguments;
   ToolOutputOptions outputs;
-  std::string depfile_directory;
   std::string format = "text";
   std::string color = "auto";
   unsigned threads = 0;
   bool noxdr = false;
   bool trace = false;
-  bool depfile = false;
   bool absolute = false;
   bool remove_stale = false;
   bool quiet = false;
 
-  int run() const;
+  int run();
 };
 
 int Trouble(const std::string& what) {
@@ -82,7 +81,9 @@ class Progress {
   bool visible_ = false;
 };
 
-int Compile::run() const {
+int Compile::run() {
+  outputs.depfiles |= !outputs.depfile_directory.empty();
+  outputs.sources_stay = true;
   std::string complaint;
   std::vector<std::string> sources, stems;
   McSrcFiles files;
@@ -92,15 +93,15 @@ int Compile::run() const {
   CompileOptions options;
   options.transport = noxdr ? XD_TRANSPORT_PLAIN : XD_TRANSPORT_XDR;
   options.trace_level = trace ? 1 : 0;
-  options.depfile = depfile || !depfile_directory.empty();
-  options.depfile_prefix = ToolAsPrefix(depfile_directory);
+  options.depfile = outputs.depfiles;
+  options.depfile_prefix = ToolDepfilePrefix(outputs);
   if (absolute)
     options.absolute_prefix =
         ToolAsPrefix(std::filesystem::current_path().string());
   options.remove_stale = remove_stale;
   const std::string prefix = ToolAsPrefix(outputs.directory);
   if (!ToolMakeDirectories(prefix, stems, &complaint) ||
-      (!depfile_directory.empty() &&
+      (outputs.depfiles &&
        !ToolMakeDirectories(options.depfile_prefix, stems, &complaint)))
     return Trouble(complaint);
 
@@ -172,11 +173,11 @@ void AddCompile(CLI::App* app, int* status) {
                     "Store in the plain encoding, not in XDR");
   command->add_flag("--trace", own->trace, "Store line numbers for tracing");
   auto* depfile = command->add_flag(
-      "--depfile", own->depfile,
+      "--depfile", own->outputs.depfiles,
       "Write the names of the included files, as make and ninja read them, "
       "beside each compiled file: a.cm.d beside a.cm");
   command
-      ->add_option("--depfile-dir", own->depfile_directory,
+      ->add_option("--depfile-dir", own->outputs.depfile_directory,
                    "Write these files below this directory")
       ->type_name("DIR")
       ->excludes(depfile);

@@ -45,6 +45,7 @@ class Compiler {
   ToolReportFindings reports_;
   bool mask_ = false;
   std::string output_;
+  std::string unstored_;  // the file that is being written
   std::string bad_name_;  // that no depfile can hold
   CompileOutcome outcome_;
 };
@@ -60,6 +61,7 @@ void Compiler::fail(const std::string& file, int code, std::string message) {
 // The depfile comes first: when everything ends between the two, the output is
 // still the old one, and is made again.
 int Compiler::prepare_output() {
+  unstored_ = output_;
   if (sources_.hold(output_.c_str())) return RC_CANNOT_CREATE;
   if (!options_.depfile) return RC_OK;
   const auto full = [&](const std::string& name) {
@@ -72,16 +74,16 @@ int Compiler::prepare_output() {
   if (!ToolDepfileRule(ToolDepfile::MAKE, dependencies, &text, &bad_name_))
     return RC_INVALID;
   bad_name_.clear();
-  const std::string prefix =
-      options_.depfile_prefix.empty() ? job_.prefix : options_.depfile_prefix;
   const std::string path =
-      prefix + job_.stem + ToolOutputExtension(mask_) + ".d";
+      options_.depfile_prefix + job_.stem + ToolOutputExtension(mask_) + ".d";
+  unstored_ = path;
   if (sources_.hold(path.c_str())) return RC_CANNOT_CREATE;
   UtOutputFile file;
   if (const int code = file.open(path.c_str())) return code;
-  return file.write(text.data(), text.size()) && file.commit()
-             ? int{RC_OK}
-             : int{RC_BODY_FAILED};
+  if (!file.write(text.data(), text.size()) || !file.commit())
+    return RC_BODY_FAILED;
+  unstored_ = output_;
+  return RC_OK;
 }
 
 // A parse that fails without a report sets its code alone.
@@ -130,7 +132,7 @@ void Compiler::compile() {
   if (!bad_name_.empty())
     fail(job_.source, 0, "'" + bad_name_ + "' cannot stand in a depfile");
   else
-    fail(output_, code, "the file cannot be stored");
+    fail(unstored_, code, "the file cannot be stored");
 }
 
 void Compiler::remove_stale() {

@@ -18,7 +18,7 @@
 struct CompileOptions {
   int transport = XD_TRANSPORT_XDR;
   int16_t trace_level = 0;
-  bool depfile = false;         // beside the output, or below this:
+  bool depfile = false;         // is written, below this:
   std::string depfile_prefix;   // a directory with its slash, or empty
   std::string absolute_prefix;  // in front of relative names in depfiles
   bool remove_stale = false;    // the output of a source that fails goes
