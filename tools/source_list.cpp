@@ -27,23 +27,25 @@ bool AddList(const std::string& name, std::vector<std::string>* sources) {
   return list.is_open() && !fs::is_directory(name) && AddLines(list, sources);
 }
 
-bool IsSourceName(const fs::path& path) {
-  return path.extension() == ".mac" || path.extension() == ".msk";
-}
+}  // namespace
 
-bool AddDirectory(const std::string& name, std::vector<std::string>* sources) {
+bool ToolAddDirectory(const std::string& name,
+                      std::initializer_list<std::string_view> extensions,
+                      std::vector<std::string>* sources) {
   const auto first = static_cast<std::ptrdiff_t>(sources->size());
-  std::error_code error;
+  std::error_code error, unknown;
   fs::recursive_directory_iterator entry(name, error);
   for (; !error && entry != fs::recursive_directory_iterator();
-       entry.increment(error))
-    if (IsSourceName(entry->path()) && !entry->is_directory(error))
+       entry.increment(error)) {
+    const std::string extension = entry->path().extension().string();
+    if (std::find(extensions.begin(), extensions.end(), extension) !=
+            extensions.end() &&
+        entry->is_regular_file(unknown))
       sources->push_back(entry->path().string());
+  }
   std::sort(sources->begin() + first, sources->end());
   return !error;
 }
-
-}  // namespace
 
 bool ToolExpandSources(const std::vector<std::string>& arguments,
                        std::vector<std::string>* sources,
@@ -57,7 +59,7 @@ bool ToolExpandSources(const std::vector<std::string>& arguments,
     }
     if (!fs::is_directory(argument, error)) {
       sources->push_back(argument);
-    } else if (!AddDirectory(argument, sources)) {
+    } else if (!ToolAddDirectory(argument, {".mac", ".msk"}, sources)) {
       *complaint = "the directory '" + argument + "' cannot be read";
       return false;
     }

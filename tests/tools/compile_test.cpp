@@ -166,6 +166,17 @@ const Case OUTCOMES[] = {
     {"mkfifo f.mac; timeout 60 sh -c 'cat a/x.msk >f.mac' &\n"
      "tools compile -q f.mac; ls *.c?",
      0, "f.cg\n"},
+    {"cd a; mkfifo f.mac d.msk; mkdir d.mac; ln -s x.mac l.mac\n"
+     "timeout 60 quillo-tools compile . && ls *.c?\n"
+     "timeout 60 quillo-tools check .",
+     0,
+     "l.cm\nx.cg\nx.cm\n3 files checked: nothing found\n"
+     "3 compiled, 0 failed\n"},
+    // Where there is no room for threads. A sanitizer does not even start.
+    {"few() { quillo-tools --version && ulimit -v 12000 && quillo-tools "
+     "--version; } >/dev/null 2>&1\n"
+     "(few) && few; tools compile -j9 a/x.mac a/x.msk; tools check -j9 a b",
+     0, "3 files checked: nothing found\n2 compiled, 0 failed\n"},
     {"echo 'WINDOW w { k = 1; }' >1.msk; echo 'WINDOW w { k = \"1\"; }' "
      ">2.msk\n"
      "tools compile -j1 [12].msk",

@@ -3,14 +3,11 @@
 // Threads take one source after the other; what they found waits until it is
 // its turn, so the output does not depend on their number.
 #include <algorithm>
-#include <atomic>
-#include <condition_variable>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <set>
-#include <thread>
 
 #include "Cutil/ut_file.h"
 #include "tools/check/check.h"
@@ -19,6 +16,8 @@
 #include "tools/findings/baseline.h"
 #include "tools/findings/rules.h"
 #include "tools/findings/writer.h"
+#include "tools/job_queue.h"
+#include "tools/source_list.h"
 #include "tools/suggest.h"
 
 namespace {
@@ -41,19 +40,6 @@ struct Options {
 int Misused(const std::string& what) {
   std::fprintf(stderr, "quillo-tools: %s\n", what.c_str());
   return TOOL_TROUBLE;
-}
-
-// The sources below a directory, in the order of their names.
-void AddDirectory(const std::string& path, std::vector<std::string>* sources) {
-  std::error_code error;
-  const size_t first = sources->size();
-  for (fs::recursive_directory_iterator entry(path, error), end; entry != end;
-       entry.increment(error)) {
-    const std::string extension = entry->path().extension().string();
-    if (extension == ".mac" || extension == ".msk" || extension == ".inc")
-      sources->push_back(entry->path().string());
-  }
-  std::sort(sources->begin() + static_cast<ptrdiff_t>(first), sources->end());
 }
 
 // The settings of the command line; "" or what is wrong.
@@ -98,7 +84,6 @@ struct Done {
   CheckResult result;
   size_t most_errors = 0;
   std::string trouble;
-  bool ready = false;
 };
 
 class Run {
@@ -112,8 +97,7 @@ class Run {
   int run();
 
  private:
-  void work();
-  void check(size_t number);
+  Done check(size_t number);
   void print(Done* done);
   bool was_shown(const ToolFinding& finding, const std::string& source);
   void flush() {
@@ -131,13 +115,10 @@ class Run {
   std::set<std::string> shown_;  // findings in files that others include
   int status_ = TOOL_FINE;
 
-  std::vector<Done> done_;
-  std::atomic<size_t> next_{0};
-  std::mutex mutex_;
-  std::condition_variable ready_;
+  std::mutex mutex_;  // of the settings
 };
 
-void Run::check(size_t number) {
+Done Run::check(size_t number) {
   Done done;
   done.name = options_.sources[number];
   const std::string& name = options_.sources[number];
@@ -166,15 +147,7 @@ void Run::check(size_t number) {
   } catch (const std::bad_alloc&) {
     done.trouble = "out of memory for '" + name + "'";
   }
-  done.ready = true;
-  const std::lock_guard lock(mutex_);
-  done_[number] = std::move(done);
-  ready_.notify_one();
-}
-
-void Run::work() {
-  for (size_t number; (number = next_++) < options_.sources.size();)
-    check(number);
+  return done;
 }
 
 // A file that sources include is checked with each of them, and maybe by
@@ -226,22 +199,12 @@ void Run::print(Done* done) {
 int Run::run() {
   if (!options_.baseline.empty() && !options_.write_baseline && !known_.read())
     return Misused("cannot read '" + options_.baseline + "'");
-  done_.resize(options_.sources.size());
-  unsigned jobs = options_.jobs != 0
-                      ? options_.jobs
-                      : std::max(1u, std::thread::hardware_concurrency());
-  jobs = static_cast<unsigned>(std::min<size_t>(jobs, options_.sources.size()));
-  std::vector<std::thread> threads;
-  for (unsigned i = 0; i < jobs; i++) threads.emplace_back([this] { work(); });
-  for (Done& done : done_) {
-    {
-      std::unique_lock lock(mutex_);
-      ready_.wait(lock, [&] { return done.ready; });
-    }
-    print(&done);
-    done = {};
-  }
-  for (std::thread& thread : threads) thread.join();
+  const unsigned jobs = options_.jobs != 0
+                            ? options_.jobs
+                            : std::max(1u, std::thread::hardware_concurrency());
+  DoInOrder<Done>(
+      options_.sources.size(), jobs, [&](size_t i) { return check(i); },
+      [&](size_t, Done done) { print(&done); }, [](size_t) {});
   writer_.finish();
   if (options_.format == "text" && !options_.quiet && hidden_ > 0)
     out_ += std::to_string(hidden_) +
@@ -273,10 +236,10 @@ int Check(Options options) {
   std::vector<std::string> sources;
   for (const std::string& source : options.sources) {
     std::error_code error;
-    if (fs::is_directory(source, error))
-      AddDirectory(source, &sources);
-    else
+    if (!fs::is_directory(source, error))
       sources.push_back(source);
+    else if (!ToolAddDirectory(source, {".mac", ".msk", ".inc"}, &sources))
+      return Misused("the directory '" + source + "' cannot be read");
   }
   options.sources = std::move(sources);
   return Run(options, std::move(settings)).run();

@@ -10,8 +10,8 @@
 
 #include "tools/command.h"
 #include "tools/compile/compile_source.h"
-#include "tools/compile/job_queue.h"
 #include "tools/findings/writer.h"
+#include "tools/job_queue.h"
 #include "tools/output_names.h"
 #include "tools/source_list.h"
 

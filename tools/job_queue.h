@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -15,7 +16,8 @@
 // Does `count` jobs in up to `threads` threads: `work(i)` returns the result of
 // job i and does not throw, and `take(i, result)` gets it, in the order of i.
 // In between `progress(done)` is called every tenth of a second or so. With one
-// thread no other one is made.
+// thread no other one is made; where the system gives fewer than are wanted,
+// or none, the work is done with what there is.
 template <class Result, class Work, class Take, class Progress>
 void DoInOrder(size_t count, unsigned threads, Work work, Take take,
                Progress progress) {
@@ -27,13 +29,6 @@ void DoInOrder(size_t count, unsigned threads, Work work, Take take,
     last = now;
     progress(done);
   };
-  if (threads <= 1 || count <= 1) {
-    for (size_t i = 0; i < count; i++) {
-      take(i, work(i));
-      tick(i + 1);
-    }
-    return;
-  }
   std::atomic<size_t> next = 0, done = 0;
   std::mutex mutex;
   std::condition_variable ready;
@@ -49,14 +44,18 @@ void DoInOrder(size_t count, unsigned threads, Work work, Take take,
     }
   };
   std::vector<std::jthread> workers;
-  for (unsigned i = 0; i < threads && i < count; i++) {
-    try {
+  try {
+    for (unsigned i = 0; threads > 1 && i < threads && i < count; i++)
       workers.emplace_back(run);
-    } catch (const std::system_error&) {
-      // Fewer do it, too.
-      if (workers.empty()) throw;
-      break;
+  } catch (const std::system_error&) {
+  } catch (const std::bad_alloc&) {
+  }
+  if (workers.empty()) {
+    for (size_t i = 0; i < count; i++) {
+      take(i, work(i));
+      tick(i + 1);
     }
+    return;
   }
   for (size_t i = 0; i < count; i++) {
     std::optional<Result> result;
