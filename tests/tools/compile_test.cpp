@@ -155,6 +155,10 @@ const Case OUTCOMES[] = {
      "x.cm: error: the file cannot be stored\n"},
     {"ln -s /dev/full x.cg; tools compile -q a/x.msk", 1,
      "x.cg: error: the file cannot be stored\n"},
+    // Compiled, but not told.
+    {"tools compile --format json a/x.mac >/dev/full; echo $?; ls *.c?", 0,
+     "1\nx.cm\n1 compiled, 0 failed\nquillo-tools: cannot write the "
+     "output\n"},
     // What was there before.
     {"echo old >bad.cm; tools compile -q --format json bad.mac | grep -c rule\n"
      "cat bad.cm; tools compile -q --remove-stale bad.mac | wc -l; ls *.c?",

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "Cutil/ut_memory.h"
 #include "tools/command.h"
 #include "tools/compile/compile_source.h"
 #include "tools/findings/writer.h"
@@ -31,9 +32,9 @@ A SOURCE is a file, a directory, which stands for the .mac and .msk files in it
 and below it, or @LIST, a file with a name in each line; @- reads the names
 from the standard input.
 
-The exit status is 0 when every source was compiled without a report and every
-file was stored, 1 when not, and 2 when nothing was done because of the way the
-command was used.
+The exit status is 0 when every source was compiled without a report, every file
+was stored and what there was to print was printed, 1 when not, and 2 when
+nothing was done because of the way the command was used.
 )";
 
 struct Compile {
@@ -121,26 +122,36 @@ int Compile::run() {
     out.clear();
   };
   leave();
-  DoInOrder<CompileOutcome>(
-      sources.size(), threads,
-      [&](size_t i) {
-        return CompileSource(options, identities,
-                             {sources[i], prefix, stems[i]});
-      },
-      [&](size_t, const CompileOutcome& outcome) {
-        if (!outcome.compiled) failed++;
-        for (const ToolFinding& finding : outcome.findings)
-          writer.write(finding);
-        leave();
-      },
-      [&](size_t done) { progress.show(done); });
-  writer.finish();
-  leave();
+  const int code = UtGuarded([&] {
+    DoInOrder<CompileOutcome>(
+        sources.size(), threads,
+        [&](size_t i) {
+          return CompileSource(options, identities,
+                               {sources[i], prefix, stems[i]});
+        },
+        [&](size_t, const CompileOutcome& outcome) {
+          if (!outcome.compiled) failed++;
+          for (const ToolFinding& finding : outcome.findings)
+            writer.write(finding);
+          leave();
+        },
+        [&](size_t done) { progress.show(done); });
+    writer.finish();
+    leave();
+    return RC_OK;
+  });
   progress.hide();
   if (!quiet)
     std::fprintf(stderr, "%zu compiled, %zu failed\n", sources.size() - failed,
                  failed);
-  return failed == 0 ? TOOL_FINE : TOOL_NO;
+  if (code != RC_OK) std::fputs("quillo-tools: out of memory\n", stderr);
+  // Files may have been stored by now, so this is no trouble of usage.
+  if (std::ferror(stdout)) {
+    std::fputs("quillo-tools: cannot write the output\n", stderr);
+    std::clearerr(stdout);
+    return TOOL_NO;
+  }
+  return failed == 0 && code == RC_OK ? TOOL_FINE : TOOL_NO;
 }
 
 }  // namespace
