@@ -1,6 +1,6 @@
 // What each program understands was found out by asking it: for each character
-// at the start, in the middle and at the end of a name, whether GNU make 4.3
-// and ninja 1.11 take what is written here for that name.
+// at the start, in the middle and at the end of a name, whether GNU make 4.3,
+// ninja 1.11 and CMake 3.25 take what is written here for that name.
 #include "tools/depfile.h"
 
 namespace {
@@ -13,6 +13,7 @@ struct Rules {
 constexpr Rules RULES[] = {
     {" #:*?[|", "=;", "\\ "},
     {" #:", "*?;|&'\"<>^`", "\\:"},
+    {" #:|", "=;", "\\ "},
 };
 
 bool Holds(std::string_view set, char c) {
@@ -22,8 +23,8 @@ bool Holds(std::string_view set, char c) {
 // A name in the place of a target. make takes "%" there for a pattern, "|" for
 // itself and an "&" at the end for a mark.
 bool TargetName(ToolDepfile form, std::string_view name, std::string* text) {
-  if (form == ToolDepfile::MAKE && (Holds(name, '%') || name.ends_with('&')))
-    return false;
+  if (form != ToolDepfile::NINJA && name.ends_with('&')) return false;
+  if (form == ToolDepfile::MAKE && Holds(name, '%')) return false;
   if (!ToolDepfileName(form, name, text)) return false;
   for (size_t at = 0; (at = text->find("\\|", at)) != std::string::npos;)
     text->erase(at, 1);
@@ -38,7 +39,7 @@ bool ToolDepfileName(ToolDepfile form, std::string_view name,
   text->clear();
   if (name.empty() || Holds(rules.last_not, name.back())) return false;
   // Otherwise a home directory.
-  if (form == ToolDepfile::MAKE && name.starts_with('~')) *text = "./";
+  if (form != ToolDepfile::NINJA && name.starts_with('~')) *text = "./";
   for (size_t i = 0; i < name.size(); i++) {
     const char c = name[i];
     const auto byte = static_cast<unsigned char>(c);
@@ -70,7 +71,9 @@ bool ToolDepfileRule(ToolDepfile form, const ToolDependencies& dependencies,
     }
     rule += " \\\n " + word;
     // Without its empty rule a name only has to be there.
-    if (form == ToolDepfile::MAKE && TargetName(form, include, &word))
+    if (form != ToolDepfile::NINJA &&
+        TargetName(ToolDepfile::MAKE, include, &word) &&
+        TargetName(form, include, &word))
       empty_rules += word + ":\n";
   }
   *text += rule + "\n" + empty_rules;

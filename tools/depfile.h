@@ -9,12 +9,20 @@
 // gone, or not there yet, does not stop the build but rebuilds the target;
 // ninja does so by itself and skips these rules.
 //
+// Depfiles that are written before it is known who reads them are those of
+// COMMON: they have the characters that only make takes for something else as
+// they are, like those of C compilers, because ninja and CMake would take a
+// backslash in front of them for a part of the name. To make "*", "?" and "["
+// then stand for all files that fit, that one included; and a rule whose target
+// has a "%" is a pattern without commands, which does nothing.
+//
 // Some names cannot be written at all, whatever is put in front of their
 // characters:
 //
 //   both    control characters, a backslash at the end or in front of a
 //           character that needs one
-//   make    = and ;  a blank at the end
+//   make    = and ;  a blank at the end; a target with %
+//   common  = and ;  a blank at the end
 //   ninja   * ? ; | & ' " < > ^ `  a ":" at the end
 #pragma once
 
@@ -22,7 +30,7 @@
 #include <string_view>
 #include <vector>
 
-enum class ToolDepfile { MAKE, NINJA };
+enum class ToolDepfile { MAKE, NINJA, COMMON };
 
 struct ToolDependencies {
   std::string target;

@@ -33,6 +33,9 @@ constexpr Builder BUILDERS[] = {
     {"cmake -B b -G Ninja -DCMAKE_PREFIX_PATH=$PWD/installed >log 2>&1\n"
      "cmake --build b -- -k 0 2>&1 | grep -o 'Compiling .*'",
      "CMakeLists.txt", "cmake CMakeLists.txt", "b/out/"},
+    {"cmake -B b -G 'Unix Makefiles' -DCMAKE_PREFIX_PATH=$PWD/installed >log "
+     "2>&1\ncmake --build b -- -k 2>&1 | grep -o 'Compiling .*'",
+     "CMakeLists.txt", "cmake CMakeLists.txt", "b/out/"},
 };
 
 class Builds : public FileTree {
@@ -66,18 +69,20 @@ TEST_F(Builds, ExactlyTheDependents) {
                 0);
     }
     write(builder.file, Block("building.md", builder.block));
-    write("src/a.mac", "PROGRAM a;\nINCLUDE \"src/one.inc\";\nPRINT 1;\n");
-    write("src/b.mac", "PROGRAM b;\nINCLUDE \"src/two.inc\";\nPRINT 1;\n");
+    write("src/a.mac",
+          "PROGRAM a;\nINCLUDE \"src/d [1]/one.inc\";\nPRINT 1;\n");
+    write("src/b.mac",
+          "PROGRAM b;\nINCLUDE \"src/d [1]/50%.inc\";\nPRINT 1;\n");
     write("src/m.msk", "WINDOW w { k = 1; }\n");
-    write("src/one.inc", "INCLUDE \"src/two.inc\";\n");
-    write("src/two.inc", SUB);
+    write("src/d [1]/one.inc", "INCLUDE \"src/d [1]/50%.inc\";\n");
+    write("src/d [1]/50%.inc", SUB);
     EXPECT_EQ(build(builder), "abm") << builder.file;
     for (const char* output : {"a.cm", "b.cm", "m.cg"})
       EXPECT_TRUE(fs::exists(out + output)) << output;
     EXPECT_EQ(build(builder), "") << builder.file;
-    change("src/one.inc", "INCLUDE \"src/two.inc\";\n");
+    change("src/d [1]/one.inc", "INCLUDE \"src/d [1]/50%.inc\";\n");
     EXPECT_EQ(build(builder), "a") << builder.file;
-    change("src/two.inc", SUB);
+    change("src/d [1]/50%.inc", SUB);
     EXPECT_EQ(build(builder), "ab") << builder.file;
     change("src/m.msk", "WINDOW w { k = 2; }\n");
     EXPECT_EQ(build(builder), "m") << builder.file;
@@ -93,8 +98,11 @@ TEST_F(Builds, ExactlyTheDependents) {
     EXPECT_EQ(build(builder), "b") << builder.file;
     EXPECT_NE(ReadWhole(out + "b.cm"), old);
     EXPECT_EQ(build(builder), "") << builder.file;
-    // An include that is gone and not needed any more stops nothing.
-    fs::remove("src/one.inc");
+    // An include that is gone and not needed any more stops nothing, but in
+    // the Makefiles of CMake.
+    if (std::string(builder.command).find("Makefiles") != std::string::npos)
+      continue;
+    fs::remove("src/d [1]/one.inc");
     change("src/a.mac", "PROGRAM a;\nPRINT 1;\n");
     EXPECT_EQ(build(builder), "a") << builder.file;
     EXPECT_EQ(build(builder), "") << builder.file;

@@ -71,7 +71,7 @@ int Compiler::prepare_output() {
   for (size_t i = 1; i < files_.names().size(); i++)
     dependencies.includes.push_back(full(files_.names()[i].name));
   std::string text;
-  if (!ToolDepfileRule(ToolDepfile::MAKE, dependencies, &text, &bad_name_))
+  if (!ToolDepfileRule(ToolDepfile::COMMON, dependencies, &text, &bad_name_))
     return RC_INVALID;
   bad_name_.clear();
   const std::string path =
