@@ -140,6 +140,7 @@ std::string Plan::path(const Written& file) const {
 
 // Whether the source is of the kind for which the file is written.
 bool Plan::happens(const Written& file) {
+  if (options_.masks) return file.mask == *options_.masks;
   const auto [place, added] = extensions_.try_emplace(file.source);
   if (added) place->second = ExtensionsOf(files_, sources_[file.source]);
   return file.mask ? place->second.mask : place->second.program;

@@ -11,15 +11,17 @@
 //   -o out --root src src/p/a.mac  out/p/a.cm
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "elut/syntax/source_reader.h"
 
 struct ToolOutputOptions {
-  std::string directory;          // empty: the current one
-  std::string root;               // empty: no mirroring
-  bool depfiles = false;          // a.cm.d for each a.cm,
+  std::string directory;      // empty: the current one
+  std::string root;           // empty: no mirroring
+  std::optional<bool> masks;  // all sources are, or none; unset: by their text
+  bool depfiles = false;      // a.cm.d for each a.cm,
   std::string depfile_directory;  // below this; empty: beside it
   bool sources_stay = false;      // what is written must not be a source
 };

@@ -159,6 +159,21 @@ const Case OUTCOMES[] = {
     {"tools compile --format json a/x.mac >/dev/full; echo $?; ls *.c?", 0,
      "1\nx.cm\n1 compiled, 0 failed\nquillo-tools: cannot write the "
      "output\n"},
+    // What is expected; what is of no kind has the reports of that.
+    {"echo 1 >x.cg; echo 2 >y.cg; echo 'k = 1;' >k; mkfifo p\n"
+     "timeout 60 sh -c 'cat a/x.msk >p' &\n"
+     "tools compile -q --format gcc --kind program a/x.msk p\n"
+     "tools compile -q --format gcc --kind mask --remove-stale a/s.d/y k "
+     "b/x.mac"
+     "\necho $?; ls *.c?; tools compile --kind mask a/x.msk",
+     0,
+     "a/x.msk: error: this is a mask, no program\n"
+     "p: error: this is a mask, no program\n"
+     "a/s.d/y: error: this is no mask\n"
+     "k:1:6: error: error in declaration [syntax-error]\nb/x.mac: error: this "
+     "is no mask\n1\n"
+     "ls: cannot access '*.c?': No such file or directory\n"
+     "1 compiled, 0 failed\n"},
     // What was there before.
     {"echo old >bad.cm; tools compile -q --format json bad.mac | grep -c rule\n"
      "cat bad.cm; tools compile -q --remove-stale bad.mac | wc -l; ls *.c?",

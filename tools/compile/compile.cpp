@@ -22,7 +22,8 @@ constexpr char DETAILS[] =
     R"(Each source is compiled as if it were the only one, to the bytes that quillo
 gives for it, several of them side by side; what there is to report comes in
 the order of the sources. Programs and masks are told apart by their text, so
-both may be given together. A source about which anything is reported counts as
+both may be given together; with --kind, a source of the other kind is an error.
+A source about which anything is reported counts as
 failed, and its compiled file is not written: an older one stays as it was,
 unless --remove-stale is given. A compiled file appears whole or not at all.
 Before anything is written it is refused that one file would be written twice,
@@ -40,6 +41,7 @@ nothing was done because of the way the command was used.
 struct Compile {
   std::vector<std::string> arguments;
   ToolOutputOptions outputs;
+  std::string kind;
   std::string format = "text";
   std::string color = "auto";
   unsigned threads = 0;
@@ -85,6 +87,7 @@ class Progress {
 int Compile::run() {
   outputs.depfiles |= !outputs.depfile_directory.empty();
   outputs.sources_stay = true;
+  if (!kind.empty()) outputs.masks = kind == "mask";
   std::string complaint;
   std::vector<std::string> sources, stems;
   McSrcFiles files;
@@ -94,6 +97,7 @@ int Compile::run() {
   CompileOptions options;
   options.transport = noxdr ? XD_TRANSPORT_PLAIN : XD_TRANSPORT_XDR;
   options.trace_level = trace ? 1 : 0;
+  options.masks = outputs.masks;
   options.depfile = outputs.depfiles;
   options.depfile_prefix = ToolDepfilePrefix(outputs);
   if (absolute)
@@ -180,6 +184,11 @@ void AddCompile(CLI::App* app, int* status) {
                    "there are processors")
       ->type_name("N")
       ->check(CLI::Range(1U, 256U));
+  command
+      ->add_option("--kind", own->kind,
+                   "What all sources must be: program (or module), or mask")
+      ->type_name("KIND")
+      ->check(CLI::IsMember({"program", "mask"}));
   command->add_flag("--noxdr", own->noxdr,
                     "Store in the plain encoding, not in XDR");
   command->add_flag("--trace", own->trace, "Store line numbers for tracing");

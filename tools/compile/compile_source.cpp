@@ -116,9 +116,16 @@ void Compiler::compile() {
   mask_ = ToolIsMask(source.kind());
   // A source that is not there has no text to tell what it was.
   if (!source.found()) mask_ = job_.source.ends_with(".msk");
+  // Nor has one that is of no kind; its reports are those of what it should be.
+  const bool known = source.found() && source.kind() != ToolSourceKind::UNKNOWN;
+  const bool other = options_.masks && known && mask_ != *options_.masks;
+  if (options_.masks) mask_ = *options_.masks;
   output_ = job_.prefix + job_.stem + ToolOutputExtension(mask_);
   if (!source.found())
     return fail(job_.source, RC_CANNOT_OPEN, "file not found");
+  if (other)
+    return fail(job_.source, 0,
+                mask_ ? "this is no mask" : "this is a mask, no program");
   McRun run;
   McFront front(&run, &source, &reports_);
   reports_.watch(&front.scanner);

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@
 struct CompileOptions {
   int transport = XD_TRANSPORT_XDR;
   int16_t trace_level = 0;
+  std::optional<bool> masks;    // a source that is none (is one) fails
   bool depfile = false;         // is written, below this:
   std::string depfile_prefix;   // a directory with its slash, or empty
   std::string absolute_prefix;  // in front of relative names in depfiles
