@@ -39,8 +39,10 @@ void AddAssemble(CLI::App* app, int* status) {
   auto options = std::make_shared<Assemble>();
   CLI::App* command = app->add_subcommand(
       "assemble", "Make a compiled file of the text of disassemble");
-  command->add_option("-o", options->output,
-                      "File to write instead of the standard output");
+  command
+      ->add_option("-o", options->output,
+                   "File to write instead of the standard output")
+      ->type_name("FILE");
   command->add_option("FILE", options->file, "Text; - is the standard input")
       ->required();
   command->callback([options, status] { *status = Run(*options); });

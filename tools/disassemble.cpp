@@ -48,8 +48,10 @@ void AddDisassemble(CLI::App* app, int* status) {
   auto options = std::make_shared<Disassemble>();
   CLI::App* command = app->add_subcommand(
       "disassemble", "Print a compiled file as text for assemble");
-  command->add_option("-o", options->output,
-                      "File to write instead of the standard output");
+  command
+      ->add_option("-o", options->output,
+                   "File to write instead of the standard output")
+      ->type_name("FILE");
   command->add_option("FILE", options->file, "Compiled file")->required();
   command->callback([options, status] { *status = Run(*options); });
 }

@@ -51,7 +51,7 @@ constexpr OptionCase OPTIONS[] = {
     {"--color always b.mac", 0, "\033[1;35m"},
     {"missing.mac a.mac", 2, "cannot read 'missing.mac'"},
     {"--no-rule unread-variabel a.mac", 2, "did you mean 'unread-variable'?"},
-    {"--format xml a.mac", 2, "there is no format 'xml'"},
+    {"--format xml a.mac", 2, "xml not in {text,gcc,json,sarif"},
     {"--write-baseline a.mac", 2, "needs --baseline"},
     {"--baseline missing a.mac", 2, "cannot read 'missing'"},
     {"", 2, "SOURCE is required"},

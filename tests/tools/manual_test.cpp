@@ -41,17 +41,26 @@ TEST(Manual, PagesAreSound) {
 
 struct Completion {
   const char* line;
-  const char* words;
+  const char* words;  // sorted
 };
 constexpr Completion COMPLETIONS[] = {
     {"quillo-tools comp", "compile"},
     {"quillo-tools compile --depfile-d", "--depfile-dir"},
     {"quillo-tools compile --format j", "json"},
+    {"quillo-tools compile --kind m", "mask"},
+    {"quillo-tools compile --color a", "always,auto"},
+    {"quillo-tools check --format s", "sarif"},
+    {"quillo-tools check --baseline two", "two words,two words.msk"},
+    {"quillo-tools compile -q two", "two words,two words.msk"},
     {"quillo-tools deps --j", "--json"},
     {"quillo -no", "-noxdr"},
 };
 
-TEST(Manual, ShellsComplete) {
+class Shells : public FileTree {};
+
+TEST_F(Shells, Complete) {
+  write("two words", "");
+  write("two words.msk", "");
   const std::string directory = MANUAL "/completions";
   EXPECT_EQ(RunShell("cd " + directory +
                      " && bash -n bash/quillo bash/quillo-tools && zsh -n "
@@ -67,16 +76,19 @@ TEST(Manual, ShellsComplete) {
                        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); $(complete "
                        "-p " +
                        program +
-                       " | sed \"s/.*-F \\([^ ]*\\) .*/\\1/\"); echo "
-                       "${COMPREPLY[*]}'")
+                       " | sed \"s/.*-F \\([^ ]*\\) .*/\\1/\"); printf "
+                       "\"%s\\n\" \"${COMPREPLY[@]}\"' 2>&1 | sort | paste "
+                       "-sd,")
                   .out,
               std::string(row.words) + "\n")
         << line;
-    EXPECT_EQ(RunShell("HOME=/nonexistent fish --no-config -c 'source " +
-                       directory + "/fish/" + program +
-                       ".fish; complete -C \"" + line + "\"' | cut -f1")
-                  .out,
-              std::string(row.words) + "\n")
+    EXPECT_EQ(
+        RunShell("HOME=/nonexistent fish --no-config -c 'source " + directory +
+                 "/fish/" + program + ".fish; complete -C \"" + line +
+                 "\"' | cut -f1 | tr -d "
+                 "'\\\\' | sort | paste -sd,")
+            .out,
+        std::string(row.words) + "\n")
         << line;
   }
 }

@@ -225,9 +225,6 @@ int Run::run() {
 }
 
 int Check(Options options) {
-  if (!ToolFormatNamed(options.format))
-    return Misused("there is no format '" + options.format +
-                   "': " + TOOL_FORMAT_NAMES);
   if (options.write_baseline && options.baseline.empty())
     return Misused("--write-baseline needs --baseline FILE");
   CheckSettings settings;
@@ -256,7 +253,9 @@ void AddCheck(CLI::App* app, int* status) {
                    "Programs, modules, masks, include files; of a directory "
                    "all .mac, .msk and .inc in it")
       ->required();
-  command->add_option("--format", options->format, TOOL_FORMAT_NAMES);
+  command->add_option("--format", options->format, "Form of the findings")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember(ToolFormatNames()));
   command->add_option("--max-errors", options->most_errors,
                       "Show so many errors at most (100)");
   command
@@ -267,12 +266,15 @@ void AddCheck(CLI::App* app, int* status) {
       ->allow_extra_args(false);
   command->add_option("--error", options->error, "Make a rule an error")
       ->allow_extra_args(false);
-  command->add_option("--baseline", options->baseline,
-                      "A file of known findings, which are not shown");
+  command
+      ->add_option("--baseline", options->baseline,
+                   "A file of known findings, which are not shown")
+      ->type_name("FILE");
   command->add_flag("--write-baseline", options->write_baseline,
                     "Write what is found to the baseline");
   command
       ->add_option("--color", options->color, "Colours: auto, always or never")
+      ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}));
   command->add_flag("--quiet", options->quiet, "Show errors only, no summary");
   command->add_flag("--fix", options->fix,

@@ -75,9 +75,11 @@ void AddExplain(CLI::App* app, int* status) {
   command->add_option("RULE|CODE", options->what,
                       "As in the brackets of check");
   command->add_flag("--list", options->list, "All of them");
-  command->add_option("--pages", options->pages,
-                      "Write a page of documentation for each rule to a "
-                      "directory");
+  command
+      ->add_option("--pages", options->pages,
+                   "Write a page of documentation for each rule to a "
+                   "directory")
+      ->type_name("DIR");
   command->callback([options, status] {
     *status = options->pages.empty() ? Explain(options->what, options->list)
                                      : WritePages(options->pages);

@@ -170,6 +170,12 @@ std::optional<ToolFormat> ToolFormatNamed(std::string_view name) {
   return std::nullopt;
 }
 
+std::vector<std::string> ToolFormatNames() {
+  std::vector<std::string> names;
+  for (const NamedFormat& row : FORMATS) names.emplace_back(row.name);
+  return names;
+}
+
 ToolFindingWriter::ToolFindingWriter(ToolFormat format, bool color,
                                      std::string* out)
     : format_(format), color_(color), out_(out) {

@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/findings/finding.h"
 
@@ -22,8 +23,7 @@ enum class ToolFormat : uint8_t { TEXT, GCC, JSON, SARIF, GITHUB };
 
 // By their names in lower case, as in --format; none for another name.
 std::optional<ToolFormat> ToolFormatNamed(std::string_view name);
-inline constexpr const char* TOOL_FORMAT_NAMES =
-    "text, gcc, json, sarif, github";
+std::vector<std::string> ToolFormatNames();
 
 class ToolFindingWriter {
  public:

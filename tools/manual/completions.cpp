@@ -37,6 +37,14 @@ bool TakesFile(const CommandOption& option) {
          option.value.find("destination") != std::string::npos;
 }
 
+// What may stand for the word, one in a line: names have blanks in them. Names
+// of files are to be quoted, and those of directories go on; outside of a
+// completion there is nobody to be told so.
+std::string BashReply(const std::string& what) {
+  return "mapfile -t COMPREPLY < <(compgen " + what + " -- \"$word\")" +
+         (what.starts_with("-W") ? "" : "; compopt -o filenames 2>/dev/null");
+}
+
 // The lines of a case over the word in front, for one command.
 std::string BashValues(const CommandTable& command) {
   std::string out;
@@ -44,16 +52,16 @@ std::string BashValues(const CommandTable& command) {
     if (option.names.empty() || option.value.empty()) continue;
     std::string action = "return";
     if (!option.choices.empty())
-      action = "COMPREPLY=($(compgen -W " + Quoted(Joined(option.choices)) +
-               " -- \"$word\")); return";
+      action = BashReply("-W " + Quoted(Joined(option.choices))) + "; return";
     else if (TakesDirectory(option))
-      action = "COMPREPLY=($(compgen -d -- \"$word\")); return";
+      action = BashReply("-d") + "; return";
     else if (TakesFile(option))
-      action = "COMPREPLY=($(compgen -f -- \"$word\")); return";
+      action = BashReply("-f") + "; return";
     std::string names;
     for (const std::string& name : option.names)
-      names += (names.empty() ? "" : "|") + name;
-    out += "        " + names + ") " + action + " ;;\n";
+      names.append(names.empty() ? "" : "|").append(name);
+    out.append("        ").append(names).append(") ");
+    out.append(action).append(" ;;\n");
   }
   return out;
 }
@@ -94,10 +102,14 @@ std::string ZshArgument(const CommandOption& option) {
   if (option.names.empty())
     return Quoted((option.many ? "*:" : ":") + value + action);
   std::string out;
-  for (const std::string& name : option.names)
-    out += (out.empty() ? "" : " ") +
-           Quoted("(" + Joined(option.names) + ")" + name + "[" + meaning +
-                  "]" + (option.value.empty() ? "" : ":" + value + action));
+  for (const std::string& name : option.names) {
+    std::string spec = "(" + Joined(option.names) + ")" + name;
+    // The value in the same word, too.
+    if (name.starts_with("--") && !option.value.empty()) spec += "=";
+    spec.append("[").append(meaning).append("]");
+    if (!option.value.empty()) spec.append(":").append(value).append(action);
+    out.append(out.empty() ? "" : " ").append(Quoted(spec));
+  }
   return out;
 }
 
@@ -141,7 +153,11 @@ std::string BashCompletion(const CommandTable& program) {
                     "  local word=${COMP_WORDS[COMP_CWORD]}\n"
                     "  local before=${COMP_WORDS[COMP_CWORD-1]}\n"
                     "  local options command= i\n"
-                    "  COMPREPLY=()\n";
+                    "  COMPREPLY=()\n"
+                    // --format=json is three words.
+                    "  if [[ $word == = ]]; then word=\n"
+                    "  elif [[ $before == = ]]; then "
+                    "before=${COMP_WORDS[COMP_CWORD-2]}; fi\n";
   if (!program.commands.empty())
     out +=
         "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
@@ -159,12 +175,16 @@ std::string BashCompletion(const CommandTable& program) {
       "  if [[ $word == -* || -z $command && -n " +
       Quoted(names) +
       " ]]; then\n"
-      "    COMPREPLY=($(compgen -W \"$options\" -- \"$word\"))\n"
+      "    " +
+      BashReply("-W \"$options\"") +
+      "\n"
       "  else\n"
-      "    COMPREPLY=($(compgen -f -- \"$word\"))\n"
+      "    " +
+      BashReply("-f") +
+      "\n"
       "  fi\n"
       "}\n"
-      "complete -o filenames -F " +
+      "complete -F " +
       function + " " + program.name + "\n";
   return out;
 }
