@@ -200,6 +200,14 @@ const Case OUTCOMES[] = {
      ">2.msk\n"
      "tools compile -j1 [12].msk",
      0, "2 compiled, 0 failed\n"},
+    // Interrupted: nothing half done stays; a second signal does not wait.
+    {"{ echo 'PROGRAM p;'; yes 'PRINT 1;' | head -200000; } >1.mac\n"
+     "cp 1.mac 2.mac; for t in 04 06 08 10 12; do\n"
+     "quillo-tools compile -q -j2 1.mac 2.mac & sleep 0.$t; kill $!; wait $!\n"
+     "done 2>err; ls -A | grep quillo-; mkfifo x.cm\n"
+     "quillo-tools compile -q a/x.mac & sleep 0.3; kill $!; sleep 0.1\n"
+     "{ kill $! && wait $!; } 2>err",
+     143, ""},
     // Usage.
     {"tools compile", 2,
      "quillo-tools: source is required\n"

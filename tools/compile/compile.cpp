@@ -126,11 +126,13 @@ int Compile::run() {
     out.clear();
   };
   leave();
+  StoreGate gate;
   const int code = UtGuarded([&] {
+    const Interrupts interrupts(&gate);
     DoInOrder<CompileOutcome>(
         sources.size(), threads,
         [&](size_t i) {
-          return CompileSource(options, identities,
+          return CompileSource(options, identities, &gate,
                                {sources[i], prefix, stems[i]});
         },
         [&](size_t, const CompileOutcome& outcome) {

@@ -23,8 +23,8 @@ namespace {
 class Compiler {
  public:
   Compiler(const CompileOptions& options, const SourceIdentities& sources,
-           const CompileJob& job)
-      : options_(options), sources_(sources), job_(job) {}
+           StoreGate* gate, const CompileJob& job)
+      : options_(options), sources_(sources), gate_(gate), job_(job) {}
 
   CompileOutcome run();
 
@@ -39,6 +39,7 @@ class Compiler {
 
   const CompileOptions& options_;
   const SourceIdentities& sources_;
+  StoreGate* gate_;
   const CompileJob& job_;
   McSrcFiles system_;
   ToolRecordedFiles files_{&system_};
@@ -98,6 +99,7 @@ int Compiler::store_program(McFront* front) {
   int code = McParseProgram(front, &program);
   if (code == RC_OK) code = McResolveCalls(&program);
   if (!parsed(code)) return RC_OK;
+  const StoreGate::Hold hold(gate_);
   if ((code = prepare_output()) != RC_OK) return code;
   return McXdrWriteToFile(&program, options_.transport, output_.c_str());
 }
@@ -106,6 +108,7 @@ int Compiler::store_masks(McFront* front) {
   EditorList list(&front->run->attribute_names);
   int code = MaskParseDefinition(front, &list);
   if (!parsed(code)) return RC_OK;
+  const StoreGate::Hold hold(gate_);
   if ((code = prepare_output()) != RC_OK) return code;
   return MaskListWriteWhole(&list, options_.transport, output_.c_str());
 }
@@ -173,7 +176,7 @@ CompileOutcome Compiler::run() {
 }  // namespace
 
 CompileOutcome CompileSource(const CompileOptions& options,
-                             const SourceIdentities& sources,
+                             const SourceIdentities& sources, StoreGate* gate,
                              const CompileJob& job) {
-  return Compiler(options, sources, job).run();
+  return Compiler(options, sources, gate, job).run();
 }

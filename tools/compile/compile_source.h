@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/compile/interrupts.h"
 #include "tools/compile/source_identity.h"
 #include "tools/findings/finding.h"
 #include "util/XD_main.h"
@@ -37,8 +38,10 @@ struct CompileOutcome {
   std::vector<ToolFinding> findings;
 };
 
-// Compiles and stores. An output that is one of `sources` is not written. Does
-// not throw: exhausted memory is a finding, too, or at least no success.
+// Compiles and stores, the latter through the gate. An output that is one of
+// `sources` is not written. Does not throw: exhausted memory is a finding, too,
+// or at least no success.
 [[nodiscard]] CompileOutcome CompileSource(const CompileOptions& options,
                                            const SourceIdentities& sources,
+                                           StoreGate* gate,
                                            const CompileJob& job);
