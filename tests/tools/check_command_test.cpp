@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <regex>
-
 #include "tests/file_tree.h"
 
 namespace {
@@ -125,22 +123,24 @@ TEST_F(CheckCommand, FixMendsWhatIsSafe) {
 TEST_F(CheckCommand, LooksIntoWhatIsIncluded) {
   const struct {
     std::string text;
-    const char* found;  // by the program, by the file alone and by both
+    const char* place;  // found by the program, by the file alone and by both
+    const char* rule;
   } rows[] = {
-      {"SUB x ; SUBEND\nSUB y ; SUBEND", "v.inc:2:1: no-final-line-feed\n"},
+      {"SUB x ; SUBEND\nSUB y ; SUBEND",
+       "v.inc:2:1: ", "[no-final-line-feed]\n"},
       {std::string("SUB x ; SUBEND\n\0\nSUB y ;\n", 25),
-       "v.inc:2:1: zero-byte\n"},
-      {"SUB x\n  ?;\nSUBEND\n", "v.inc:2:3: stray-character\n"},
-      {"SUB x\n  PRINT y;\nSUBEND\n", "v.inc:2:9: undefined-name\n"},
+       "v.inc:2:1: ", "[zero-byte]\n"},
+      {"SUB x\n  ?;\nSUBEND\n", "v.inc:2:3: ", "[stray-character]\n"},
+      {"SUB x\n  PRINT y;\nSUBEND\n", "v.inc:2:9: ", "[undefined-name]\n"},
   };
   write("v.mac", "PROGRAM p;\nINCLUDE \"v.inc\";\nCALL x;\n");
   for (const auto& row : rows) {
     write("v.inc", row.text);
     for (const char* names : {"v.mac", "v.inc", "v.mac ./v.inc"}) {
-      std::string found = run(std::string("check --format gcc ") + names);
-      found =
-          std::regex_replace(found, std::regex(" [a-z]+: .*\\[(.*)\\]"), " $1");
-      EXPECT_EQ(found, row.found) << names;
+      const std::string found = run(std::string("check --format gcc ") + names);
+      EXPECT_TRUE(found.starts_with(row.place) && found.ends_with(row.rule) &&
+                  found.find('\n') == found.size() - 1)
+          << names << ": " << found;
     }
   }
   write("v.inc", "SUB x\n  ;\n");
