@@ -426,7 +426,8 @@ void Check::drop_followers() {
   }
   for (const auto& [place, finding] : quotes) lines.insert(place);
   for (const ToolFinding& finding : result_.findings)
-    if (finding.rule == "undefined-name" &&
+    if ((finding.rule == "undefined-name" ||
+         finding.rule == "declaration-refused") &&
         lines.contains({finding.place.file, finding.place.line}))
       followers.insert(&finding);
   std::erase_if(result_.findings, [&](const ToolFinding& finding) {

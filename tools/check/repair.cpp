@@ -208,6 +208,8 @@ class Repair {
     if (token.kind == TOKEN_SUB &&
         (history_.empty() || history_.back().kind != TOKEN_END))
       routine_ = {stack_, token};
+    else if (ends_part() && could_take(TOKEN_SUB))
+      body_ = {stack_, token};
     apply(token);
     history_.push_back(token);
     count_++;
@@ -215,6 +217,19 @@ class Repair {
     while (snapshots_.size() > HISTORY / SNAPSHOT + 1) snapshots_.pop_front();
     include(token);
     return Outcome::SHIFTED;
+  }
+
+  // Whether something ends in front of the next token, of which a SUB may be
+  // the next one.
+  bool ends_part() const {
+    if (history_.empty()) return false;
+    const int last = history_.back().kind;
+    return last == TOKEN_SUBEND || last == TOKEN_SEMICOLON || last == TOKEN_SUB;
+  }
+  bool could_take(int token) const {
+    std::vector<int> states;
+    for (const Entry& entry : stack_) states.push_back(entry.state);
+    return shift(&states, token) == Outcome::SHIFTED;
   }
 
   // The same with the tokens of the entries.
@@ -284,6 +299,13 @@ class Repair {
 
   bool repair(const CheckToken& error);
   void begin_file();
+  void put_back_made(CheckToken made, const std::vector<int>& tokens) {
+    made.made = true;
+    for (size_t i = tokens.size(); i-- > 0;) {
+      made.kind = tokens[i];
+      stream_.put_back(made);
+    }
+  }
   bool too_deep(const CheckToken& token);
 
   // Candidates.
@@ -321,9 +343,15 @@ class Repair {
   }
   ptrdiff_t statement_start() const;
 
+  // Where a part of the source began, and the stack in front of it.
+  struct Part {
+    std::vector<Entry> stack;
+    CheckToken begin;
+  };
+  bool goes_on(const Part& part, size_t sync, size_t progress) const;
   size_t end_of_routine(const Change& change);
-  void leave_routine(const Change& change, const CheckToken& error,
-                     size_t sync);
+  size_t end_of_body(const Change& change);
+  void leave(const Part& part, size_t sync);
   void mute(const Change& change);
   void make(const Change& change, const CheckToken& error);
   void report(const Change& change, const CheckToken& error);
@@ -349,11 +377,8 @@ class Repair {
   std::deque<CheckToken> history_;
   std::deque<std::pair<size_t, std::vector<Entry>>> snapshots_;
   size_t count_ = 0;
-  // The last SUB that began a routine, and the stack in front of it.
-  struct Routine {
-    std::vector<Entry> stack;
-    CheckToken sub;
-  } routine_;
+  Part routine_;       // the last SUB
+  Part body_;          // what came last where a SUB could have come
   size_t little_ = 0;  // repairs in a row that mended little
   size_t included_ = 0;
   bool include_now_ = false;
@@ -983,13 +1008,42 @@ bool Repair::repair(const CheckToken& error) {
     return false;
   }
   const Change change = *chosen;
-  const size_t sync = end_of_routine(change);
-  if (sync > 0)
-    leave_routine(change, error, sync);
-  else
+  if (const size_t behind = end_of_routine(change); behind > 0) {
+    fault_ = nullptr;
+    report(change, error);
+    leave(routine_, behind);
+  } else if (const size_t end = end_of_body(change); end > 0) {
+    fault("wrong-end", error, error, "SUBEND closes nothing that is open here",
+          "there is no SUB for it");
+    leave(body_, end);
+  } else {
     make(change, error);
+  }
   mute(change);
   return true;
+}
+
+// Whether the parser, with what was in front of a part, follows the tokens from
+// `sync` on further than another change would lead it.
+bool Repair::goes_on(const Part& part, size_t sync, size_t progress) const {
+  std::vector<int> states;
+  for (const Entry& entry : part.stack) states.push_back(entry.state);
+  for (size_t at = sync; at < ahead_.size(); at++) {
+    const Outcome outcome = shift(&states, ahead_[at].kind);
+    if (outcome == Outcome::ACCEPTED) return true;
+    if (outcome != Outcome::SHIFTED) return at > progress + LOOK_SHORT;
+  }
+  return true;
+}
+
+// The same for a SUBEND whose SUB is lost: what stands in front of it was taken
+// for the main program.
+size_t Repair::end_of_body(const Change& change) {
+  if (ahead_[0].kind != TOKEN_SUBEND || opening(TOKEN_SUB) != nullptr ||
+      body_.stack.empty() || body_.begin.source != ahead_[0].source ||
+      change.progress >= LOOK_SHORT || !goes_on(body_, 1, change.progress))
+    return 0;
+  return 1;
 }
 
 // Where the parser can go on when it leaves out the routine that it is in: the
@@ -1003,12 +1057,18 @@ size_t Repair::end_of_routine(const Change& change) {
            kind == TOKEN_REAL || kind == TOKEN_STRING || kind == TOKEN_POINT ||
            kind == TOKEN_END_OF_INPUT;
   };
+  // The token that it stumbles over; those that are left out count.
+  const size_t reach = advance(change, LOOK_LONG);
   const Entry* sub = opening(TOKEN_SUB);
   if (sub == nullptr || sub->token.source != ahead_[0].source ||
-      routine_.stack.empty() || routine_.sub.source != sub->token.source ||
-      routine_.sub.begin != sub->token.begin ||
-      change.progress >= ahead_.size() ||
-      !is_structure(ahead_[change.progress].kind))
+      routine_.stack.empty() || routine_.begin.source != sub->token.source ||
+      routine_.begin.begin != sub->token.begin || reach >= ahead_.size())
+    return 0;
+  const CheckSource& source = *sub->token.source;
+  const bool in_header =
+      source.line_of(sub->token.begin) == source.line_of(ahead_[0].begin);
+  if (!is_structure(ahead_[reach].kind) &&
+      !(in_header && reach < 2 * LOOK_SHORT))
     return 0;
   size_t sync = 0;
   for (size_t at = 0; at < ahead_.size() && sync == 0; at++) {
@@ -1019,25 +1079,13 @@ size_t Repair::end_of_routine(const Change& change) {
         ahead_[at - 1].kind != TOKEN_END)
       sync = at;
   }
-  if (sync == 0) return 0;
-  std::vector<int> states;
-  for (const Entry& entry : routine_.stack) states.push_back(entry.state);
-  for (size_t at = sync; at < ahead_.size(); at++) {
-    const Outcome outcome = shift(&states, ahead_[at].kind);
-    if (outcome == Outcome::ACCEPTED) return sync;
-    if (outcome != Outcome::SHIFTED)
-      return at > change.progress + LOOK_SHORT ? sync : 0;
-  }
-  return sync;
+  return sync > 0 && goes_on(routine_, sync, reach) ? sync : 0;
 }
 
-// Tells of the change, but goes on as if the routine was not there.
-void Repair::leave_routine(const Change& change, const CheckToken& error,
-                           size_t sync) {
-  fault_ = nullptr;
-  report(change, error);
-  CheckSource* source = routine_.sub.source;
-  const size_t begin = routine_.sub.begin, end = ahead_[sync - 1].end;
+// Goes on as if a part was not there.
+void Repair::leave(const Part& part, size_t sync) {
+  CheckSource* source = part.begin.source;
+  const size_t begin = part.begin.begin, end = ahead_[sync - 1].end;
   std::string blanks(source->part(begin, end));
   for (char& c : blanks)
     if (c != '\n') c = ' ';
@@ -1050,7 +1098,7 @@ void Repair::leave_routine(const Change& change, const CheckToken& error,
        token = scanner.next())
     if (token.kind == TOKEN_IDENT) dropped_->emplace(token.text());
   for (size_t i = 0; i < sync; i++) (void)stream_.next();
-  stack_ = routine_.stack;
+  stack_ = std::vector<Entry>(part.stack);
   history_.clear();
   snapshots_.clear();
   count_ += SNAPSHOT - count_ % SNAPSHOT;  // a stack is kept at once
@@ -1512,7 +1560,14 @@ void Repair::begin_file() {
                : token == TOKEN_PROGRAM || token == TOKEN_MODULE)
         return;  // its spelling is repaired where it is met
   }
-  if (mask) return;
+  if (mask) {
+    if (first.kind != TOKEN_IDENT && first.kind != TOKEN_SCONST) return;
+    fault("no-header", first, first,
+          "masks begin with WINDOW NAME { or APPLICATION NAME {");
+    first.source->repair(fault_, first.begin, first.begin, "WINDOW name { ");
+    put_back_made(first, {TOKEN_WINDOW, TOKEN_IDENT, TOKEN_LEFT_BRACE});
+    return;
+  }
   fault("no-header", first, first,
         "a program begins with PROGRAM NAME;, a module with MODULE NAME;");
   if (first.kind == TOKEN_END_OF_INPUT)
@@ -1531,12 +1586,7 @@ void Repair::begin_file() {
                        module  ? "MODULE name; "
                        : empty ? "PROGRAM name; ;\n"
                                : "PROGRAM name; ");
-  CheckToken made = first;
-  made.made = true;
-  for (size_t i = tokens.size(); i-- > 0;) {
-    made.kind = tokens[i];
-    stream_.put_back(made);
-  }
+  put_back_made(first, tokens);
 }
 
 }  // namespace
