@@ -109,7 +109,8 @@ TEST(MaskFile, HeadersAndTransports) {
         << header;
   Compile window;
   ASSERT_EQ(0, window.masks_of("WINDOW w { n = 1; }\n"));
-  const std::string path = testing::TempDir() + "quillo-masks.cg";
+  const std::string path =
+      testing::TempDir() + "quillo-masks" + std::to_string(getpid()) + ".cg";
   EXPECT_EQ(0, MaskListWrite(&window.masks, 4, path.c_str()));
   EXPECT_EQ(0, MaskListRead(path.c_str(), &masks.masks));
   EXPECT_EQ(Written(&window.masks, 4), Written(&masks.masks, 4));

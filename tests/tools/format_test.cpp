@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -91,7 +92,9 @@ TEST(Format, ShowsDifferences) {
 
 class FormatCommand : public testing::Test {
  protected:
-  FormatCommand() : directory_(testing::TempDir() + "quillo_format") {
+  FormatCommand()
+      : directory_(testing::TempDir() + "quillo_format" +
+                   std::to_string(getpid())) {
     std::filesystem::remove_all(directory_);
     std::filesystem::create_directory(directory_);
   }
