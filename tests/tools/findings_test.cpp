@@ -165,43 +165,14 @@ std::string Written(ToolFormat format) {
   return out;
 }
 
-// What the standard asks of a log, as far as ours has it.
-void ExpectSarif(const nlohmann::json& log) {
-  EXPECT_EQ(log.at("version"), "2.1.0");
-  EXPECT_TRUE(log.at("$schema").is_string());
-  const auto& run = log.at("runs").at(0);
-  const auto& driver = run.at("tool").at("driver");
-  EXPECT_EQ(run.at("columnKind"), "unicodeCodePoints");
-  const auto& rules = driver.at("rules");
-  std::set<std::string> levels = {"none", "note", "warning", "error"};
-  for (const auto& rule : rules) {
-    EXPECT_TRUE(rule.at("id").is_string());
-    EXPECT_TRUE(rule.at("shortDescription").at("text").is_string());
-    EXPECT_TRUE(levels.contains(rule.at("defaultConfiguration").at("level")));
-  }
-  for (const auto& result : run.at("results")) {
-    EXPECT_TRUE(levels.contains(result.at("level")));
-    EXPECT_EQ(rules.at(result.at("ruleIndex").get<size_t>()).at("id"),
-              result.at("ruleId"));
-    EXPECT_FALSE(result.at("message").at("text").get<std::string>().empty());
-    const auto& place = result.at("locations").at(0).at("physicalLocation");
-    EXPECT_EQ(place.at("artifactLocation").at("uri"), "a%20b.mac");
-    const auto& region = place.at("region");
-    EXPECT_GE(region.at("startLine"), 1);
-    EXPECT_GE(region.at("startColumn"), 1);
-    EXPECT_GE(region.at("endLine"), region.at("startLine"));
-    EXPECT_TRUE(region.at("endLine") > region.at("startLine") ||
-                region.at("endColumn") >= region.at("startColumn"));
-  }
-}
-
 TEST(Writer, AllFormsCarryTheSameFindings) {
   const std::vector<ToolFinding> findings = SomeFindings();
   ASSERT_GE(findings.size(), 4U);
   const auto json = nlohmann::json::parse(Written(ToolFormat::JSON));
   const auto sarif = nlohmann::json::parse(Written(ToolFormat::SARIF));
   EXPECT_EQ(json.at("version"), 1);
-  ExpectSarif(sarif);
+  const auto& rules =
+      sarif.at("runs").at(0).at("tool").at("driver").at("rules");
   std::istringstream gcc(Written(ToolFormat::GCC)),
       text(Written(ToolFormat::TEXT)), github(Written(ToolFormat::GITHUB));
   for (size_t i = 0; i < findings.size(); i++) {
@@ -212,6 +183,14 @@ TEST(Writer, AllFormsCarryTheSameFindings) {
     EXPECT_EQ(row.at("column"), finding.place.column);
     EXPECT_EQ(row.at("code").is_null(), finding.code == 0);
     EXPECT_EQ(result.at("ruleId"), finding.rule);
+    EXPECT_EQ(rules.at(result.at("ruleIndex").get<size_t>()).at("id"),
+              finding.rule);
+    const auto& place = result.at("locations").at(0).at("physicalLocation");
+    EXPECT_EQ(place.at("artifactLocation").at("uri"), "a%20b.mac");
+    const auto& region = place.at("region");
+    EXPECT_EQ(region.at("startLine"), finding.place.line);
+    EXPECT_EQ(region.at("startColumn"), finding.place.column);
+    EXPECT_EQ(region.at("endColumn"), finding.place.end_column);
     std::string line, other, command;
     std::getline(gcc, line);
     EXPECT_EQ(line,

@@ -9,12 +9,12 @@
 #include <cstdio>
 
 #include "Cutil/codes.h"
-#include "elut/compile/builtins.h"
 #include "elut/grammar.h"
 #include "services/environment.h"
 #include "tools/check/lint.h"
 #include "tools/check/repair.h"
 #include "tools/check/settings.h"
+#include "tools/check/words.h"
 #include "tools/findings/rules.h"
 #include "tools/suggest.h"
 #include "tools/tree/syntax_names.h"
@@ -212,17 +212,6 @@ void Check::add_faults() {
   }
 }
 
-// The built-in function that a name was meant for: sin, LENGTH.
-std::string BuiltinNear(std::string_view word) {
-  std::string upper(word);
-  for (char& c : upper)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  static const std::vector<std::string> names(std::begin(MC_BUILTIN_NAMES),
-                                              std::end(MC_BUILTIN_NAMES));
-  if (std::ranges::find(names, upper) != names.end()) return upper;
-  return upper == word && word.size() > 2 ? ToolNearest(upper, names) : "";
-}
-
 // What the compiler says about the repaired source.
 void Check::add_reports(const CheckOutcome& outcome) {
   bool syntax = false;
@@ -248,7 +237,7 @@ void Check::add_reports(const CheckOutcome& outcome) {
         continue;
       finding.message = "the variable '" + word + "' is not declared";
       std::string near = ToolNearest(word, variables_);
-      if (near.empty()) near = BuiltinNear(word);
+      if (near.empty()) near = CheckBuiltinMeantBy(word);
       if (!near.empty()) finding.hint = "did you mean '" + near + "'?";
       const auto [known, fresh] = names.emplace(word, result_.findings.size());
       if (!fresh) {

@@ -3,8 +3,10 @@
 #include "tools/check/words.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 
+#include "elut/compile/builtins.h"
 #include "elut/grammar.h"
 #include "tools/suggest.h"
 
@@ -201,4 +203,13 @@ CheckMeant CheckMeantBy(std::string_view word) {
     meant = {{token}, distance + (loud ? 0 : 1), true};
   }
   return meant;
+}
+
+std::string CheckBuiltinMeantBy(std::string_view word) {
+  const std::string upper = Upper(word);
+  static const std::vector<std::string> names(std::begin(MC_BUILTIN_NAMES),
+                                              std::end(MC_BUILTIN_NAMES));
+  if (std::ranges::find(names, upper) != names.end()) return upper;
+  // A name in small letters is rather a name.
+  return upper == word && word.size() > 2 ? ToolNearest(upper, names) : "";
 }

@@ -25,3 +25,7 @@ struct CheckMeant {
   bool only = false;        // no other keyword is as near
 };
 CheckMeant CheckMeantBy(std::string_view word);
+
+// The built-in function that a name was probably meant for: SIN for sin, LEN
+// for LENG. Empty for none.
+std::string CheckBuiltinMeantBy(std::string_view word);

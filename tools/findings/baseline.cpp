@@ -58,6 +58,7 @@ void ToolBaseline::add(const ToolFinding& finding) {
 }
 
 bool ToolBaseline::take(const ToolFinding& finding) {
+  if (known_.empty()) return false;
   const auto found = known_.find(key(finding));
   if (found == known_.end() || found->second == 0) return false;
   found->second--;

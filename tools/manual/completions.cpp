@@ -103,12 +103,12 @@ std::string ZshArgument(const CommandOption& option) {
     return Quoted((option.many ? "*:" : ":") + value + action);
   std::string out;
   for (const std::string& name : option.names) {
-    std::string spec = "(" + Joined(option.names) + ")" + name;
+    std::string entry = "(" + Joined(option.names) + ")" + name;
     // The value in the same word, too.
-    if (name.starts_with("--") && !option.value.empty()) spec += "=";
-    spec.append("[").append(meaning).append("]");
-    if (!option.value.empty()) spec.append(":").append(value).append(action);
-    out.append(out.empty() ? "" : " ").append(Quoted(spec));
+    if (name.starts_with("--") && !option.value.empty()) entry += "=";
+    entry.append("[").append(meaning).append("]");
+    if (!option.value.empty()) entry.append(":").append(value).append(action);
+    out.append(out.empty() ? "" : " ").append(Quoted(entry));
   }
   return out;
 }
