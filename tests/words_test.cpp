@@ -22,8 +22,8 @@ const std::vector<std::string> KEYWORDS = {
 };
 
 const std::map<int, std::string> OPERATORS = {
-#define MC_OPERATOR(number, name, text) {number, text},
-#include "elut/model/operators.def"
+#define MC_OPERATOR(number, name, token, text) {number, text},
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
 };
 

@@ -99,10 +99,10 @@ void McDumpTree(Channels* out, const McNodes& nodes, const McTree& tree) {
 // The text of an operator that an OPERA can have; nullptr for others.
 const char* OperatorText(uint8_t op) {
   switch (op) {
-#define MC_OPERATOR(number, name, text) \
+#define MC_OPERATOR(number, name, token, text) \
   case number:                          \
     return (number) == MC_RANGE ? nullptr : (text);
-#include "elut/model/operators.def"
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
   }
   return nullptr;

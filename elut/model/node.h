@@ -58,8 +58,8 @@ inline constexpr McPayload MC_KIND_PAYLOADS[] = {
 
 // Operators of OPERA, and of ASSIGN where not 0.
 enum McOperator : uint8_t {
-#define MC_OPERATOR(number, name, text) MC_##name = (number),
-#include "elut/model/operators.def"
+#define MC_OPERATOR(number, name, token, text) MC_##name = (number),
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
 };
 

@@ -26,6 +26,14 @@ m4_define([mc_symbol_enum],
 [  b4_symbol([$1], [kind_base]) = $1,
 ])
 
+# The first rule with this action, wherever that stands in its line.
+m4_define([mc_first_action],
+[m4_ifndef([mc_action: $2], [m4_define([mc_action: $2], [$1])])dnl
+m4_indir([mc_action: $2])])
+
+m4_define([mc_action_row], [$1, mc_first_action([$1], m4_normalize(m4_quote($2))),
+])
+
 m4_define([mc_has_value], [b4_symbol_if([$1], [has_type], [1], [0]), ])
 
 b4_output_begin([b4_spec_header_file])[
@@ -51,9 +59,11 @@ inline constexpr const char* MC_SYMBOL_NAMES[] = {
 // Whether the symbol comes with a value.
 inline constexpr bool MC_HAS_VALUE[] = {
 ]b4_symbol_foreach([mc_has_value])[};
-// Rules that have an action; 0 closes the list.
+// Rules that have an action, each with the first one of the same text; 0 closes
+// the list.
 inline constexpr int16_t MC_ACTIONS[] = {
-]m4_pushdef([b4_case], [$][1, ])m4_pushdef([b4_syncline], [])dnl
+]m4_pushdef([b4_case], m4_defn([mc_action_row]))dnl
+m4_pushdef([b4_syncline], [])dnl
 b4_actions[]m4_popdef([b4_syncline])m4_popdef([b4_case])[ 0};
 
 inline constexpr McGrammarTables MC_GRAMMAR = {

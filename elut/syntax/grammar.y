@@ -21,9 +21,10 @@
 
 %token END_OF_INPUT 0 "end of input"
 %token SEMICOLON ";" COMMA "," RIGHT_PAREN ")" DOT "." LEFT_PAREN "("
-%token PLUS "+" MINUS "-" STAR "*" SLASH "/" MOD "MOD" DIV "DIV" POWER "**"
-%token EQUAL "==" NOT_EQUAL "<>" GREATER ">" GREATER_EQUAL ">=" LESS "<"
-%token LESS_EQUAL "<=" AND "AND" OR "OR"
+%token <token.code> PLUS "+" MINUS "-" STAR "*" SLASH "/" MOD "MOD" DIV "DIV"
+%token <token.code> POWER "**"
+%token <token.code> EQUAL "==" NOT_EQUAL "<>" GREATER ">" GREATER_EQUAL ">="
+%token <token.code> LESS "<" LESS_EQUAL "<=" AND "AND" OR "OR"
 %token <token.code> ASSIGNOP
 %token THEN "THEN" DO "DO" TO "TO" COLON ":" RIGHT_BRACKET "]"
 %token <token.name> IDENT FNNAME CFNNAME SIGILNAME
@@ -455,12 +456,12 @@ case_label:
 ;
 
 relation:
-  ">" { $$ = MC_GREATER; }
-| "<" { $$ = MC_LESS; }
-| "==" { $$ = MC_EQUAL; }
-| ">=" { $$ = MC_GREATER_EQUAL; }
-| "<=" { $$ = MC_LESS_EQUAL; }
-| "<>" { $$ = MC_NOT_EQUAL; }
+  ">" { $$ = $1; }
+| "<" { $$ = $1; }
+| "==" { $$ = $1; }
+| ">=" { $$ = $1; }
+| "<=" { $$ = $1; }
+| "<>" { $$ = $1; }
 ;
 
 argument_list:
@@ -488,24 +489,21 @@ expression:
 | fn_call
 | cfn_call
 | "(" expression ")" { $$ = McParseParenthesised(front, $2); }
-| expression "+" expression { $$ = McNodeBinary(front, MC_ADD, $1, $3); }
-| expression "-" expression { $$ = McNodeBinary(front, MC_SUBTRACT, $1, $3); }
-| expression "*" expression { $$ = McNodeBinary(front, MC_MULTIPLY, $1, $3); }
-| expression "/" expression { $$ = McNodeBinary(front, MC_DIVIDE, $1, $3); }
-| expression "**" expression { $$ = McNodeBinary(front, MC_POWER, $1, $3); }
-| expression "MOD" expression { $$ = McNodeBinary(front, MC_MOD, $1, $3); }
-| expression "DIV" expression { $$ = McNodeBinary(front, MC_DIV, $1, $3); }
-| expression "==" expression { $$ = McNodeBinary(front, MC_EQUAL, $1, $3); }
-| expression "<>" expression
-    { $$ = McNodeBinary(front, MC_NOT_EQUAL, $1, $3); }
-| expression ">" expression { $$ = McNodeBinary(front, MC_GREATER, $1, $3); }
-| expression ">=" expression
-    { $$ = McNodeBinary(front, MC_GREATER_EQUAL, $1, $3); }
-| expression "<" expression { $$ = McNodeBinary(front, MC_LESS, $1, $3); }
-| expression "<=" expression
-    { $$ = McNodeBinary(front, MC_LESS_EQUAL, $1, $3); }
-| expression "AND" expression { $$ = McNodeBinary(front, MC_AND, $1, $3); }
-| expression "OR" expression { $$ = McNodeBinary(front, MC_OR, $1, $3); }
+| expression "+" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "-" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "*" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "/" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "**" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "MOD" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "DIV" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "==" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "<>" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression ">" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression ">=" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "<" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "<=" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "AND" expression { $$ = McNodeBinary(front, $2, $1, $3); }
+| expression "OR" expression { $$ = McNodeBinary(front, $2, $1, $3); }
 | "-" expression %prec SIGN { $$ = McNodeUnary(front, MC_NEGATE, $2); }
 | "+" expression %prec SIGN { $$ = McNodeUnary(front, MC_PLUS, $2); }
 ;

@@ -35,7 +35,8 @@ struct McGrammarTables {
   const int16_t* line;       // by rule: in grammar.y
   const char* const* names;  // by symbol
   const bool* has_value;     // by symbol
-  const int16_t* actions;    // rules that have one; closed by 0
+  const int16_t* actions;    // pairs: a rule that has one, and the first rule
+                             // that has the same; closed by 0
 
   static constexpr int ERROR_TOKEN = 1;
 
@@ -79,9 +80,10 @@ struct McGrammarTables {
                                                        : defgoto[row];
   }
 
-  constexpr bool has_action(int rule) const {
-    for (const int16_t* p = actions; *p != 0; p++)
-      if (*p == rule) return true;
-    return false;
+  // The first rule with the action of this one; 0 when it has none.
+  constexpr int action(int rule) const {
+    for (const int16_t* p = actions; *p != 0; p += 2)
+      if (*p == rule) return p[1];
+    return 0;
   }
 };

@@ -16,6 +16,7 @@
 #include "Cutil/codes.h"
 #include "Cutil/ut_chars.h"
 #include "elut/grammar.h"
+#include "elut/syntax/operators.h"
 #include "elut/syntax/scan_bytes.h"
 
 namespace {
@@ -40,6 +41,7 @@ enum Start : uint8_t {
 struct StartTable {
   Start start[256] = {};
   uint8_t token[256] = {};  // of PUNCTUATION that stands alone
+  uint8_t op[256] = {};     // that it is
   // Characters that may make one token share a bit.
   uint8_t first[256] = {};
   uint8_t second[256] = {};
@@ -74,6 +76,7 @@ struct StartTable {
       start[static_cast<uint8_t>(row.character)] = PUNCTUATION;
       token[static_cast<uint8_t>(row.character)] =
           static_cast<uint8_t>(row.token);
+      op[static_cast<uint8_t>(row.character)] = McOperatorOf(row.token);
     }
     constexpr uint8_t EQUALS = 1, STAR = 2, GREATER = 4, NUMBER = 8;
     first['+'] = first['-'] = first['/'] = first['='] = first['>'] = EQUALS;
@@ -100,10 +103,13 @@ TokenValue NoValue() {
   value.name = nullptr;
   return value;
 }
-TokenValue CodeValue(char code) {
+TokenValue CodeValue(uint8_t code) {
   TokenValue value = NoValue();
-  value.code = static_cast<uint8_t>(code);
+  value.code = code;
   return value;
+}
+McToken OperatorToken(int token) {
+  return {token, CodeValue(McOperatorOf(token))};
 }
 TokenValue IntegerValue(int32_t integer) {
   TokenValue value = NoValue();
@@ -159,7 +165,7 @@ inline McToken SmallNameToken(McScanner* scanner, const char* text) {
 McToken SigilToken(McScanner* scanner, const char* text) {
   if (UtIsLetter(text[1])) return NameToken(scanner, text);
   scanner->source.cursor.next = text + 1;
-  return {TOKEN_SIGIL, CodeValue(*text)};
+  return {TOKEN_SIGIL, CodeValue(static_cast<uint8_t>(*text))};
 }
 
 McToken AtToken(McScanner* scanner, const char* text) {
@@ -265,6 +271,12 @@ inline McToken NumberToken(McScanner* scanner, const char* text) {
 
 // Punctuation -----------------------------------------------------------------
 
+// A "=" alone is an assignment without an operator, whose code is 0.
+inline McToken PunctuationAlone(const char* text) {
+  const auto character = static_cast<uint8_t>(*text);
+  return {TABLE.token[character], CodeValue(TABLE.op[character])};
+}
+
 // Of two characters, or the first of them alone; or a number that begins with a
 // point.
 [[gnu::noinline]] McToken TwoCharacterToken(McScanner* scanner,
@@ -283,22 +295,22 @@ inline McToken NumberToken(McScanner* scanner, const char* text) {
       if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(3)};
       break;
     case '*':
-      if (second == '*') return {TOKEN_POWER, NoValue()};
+      if (second == '*') return OperatorToken(TOKEN_POWER);
       if (second == '=') return {TOKEN_ASSIGNOP, CodeValue(4)};
       break;
     case '=':
-      if (second == '=') return {TOKEN_EQUAL, NoValue()};
+      if (second == '=') return OperatorToken(TOKEN_EQUAL);
       break;
     case '<':
-      if (second == '=') return {TOKEN_LESS_EQUAL, NoValue()};
-      if (second == '>') return {TOKEN_NOT_EQUAL, NoValue()};
+      if (second == '=') return OperatorToken(TOKEN_LESS_EQUAL);
+      if (second == '>') return OperatorToken(TOKEN_NOT_EQUAL);
       break;
     case '>':
-      if (second == '=') return {TOKEN_GREATER_EQUAL, NoValue()};
+      if (second == '=') return OperatorToken(TOKEN_GREATER_EQUAL);
       break;
   }
   scanner->source.cursor.next = text + 1;
-  return {TABLE.token[static_cast<uint8_t>(text[0])], NoValue()};
+  return PunctuationAlone(text);
 }
 
 inline McToken PunctuationToken(McScanner* scanner, const char* text) {
@@ -306,8 +318,7 @@ inline McToken PunctuationToken(McScanner* scanner, const char* text) {
        TABLE.second[static_cast<uint8_t>(text[1])]) != 0)
     return TwoCharacterToken(scanner, text);
   scanner->source.cursor.next = text + 1;
-  // A "=" alone is an assignment without an operator, whose code is 0.
-  return {TABLE.token[static_cast<uint8_t>(text[0])], NoValue()};
+  return PunctuationAlone(text);
 }
 
 // Literals ------------------------------------------------------------------

@@ -9,7 +9,13 @@
 //
 // A state that reduces at once has no label: whoever would go there goes to its
 // rule.
+//
+// States that nobody could tell from each other are one. The operators of one
+// binding have such states, since their actions are the same and take what
+// differs from the value of the token; which of them it is then is no matter of
+// jumps, which a processor would guess wrong.
 #include <cstdio>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -35,12 +41,80 @@ std::string LabelOf(const Place& place) {
          std::to_string(place.number) + (place.token ? "_t" : "");
 }
 
+// For each state and each rule, the first one that is like it.
+//
+// Rules are alike that have the same left side, length and action. States are
+// alike that follow the same nonterminal, or tokens with or without a value,
+// and that take each symbol to states and rules that are alike. All states are
+// one group at first, which is divided until it says so of each.
+class Merger {
+ public:
+  Merger() : states_(static_cast<size_t>(G.states)) {
+    for (size_t groups = 0;;) {
+      const size_t before = groups;
+      groups = divide();
+      if (groups == before) return;
+    }
+  }
+
+  int state(int number) const { return states_[static_cast<size_t>(number)]; }
+
+  int rule(int number) const {
+    for (int other = 1; other < number; other++)
+      if (G.lhs[other] == G.lhs[number] &&
+          G.length[other] == G.length[number] &&
+          G.action(other) == G.action(number))
+        return other;
+    return number;
+  }
+
+  McGrammarTables::Step step(int state_number, int token) const {
+    McGrammarTables::Step step = G.step(state_number, token);
+    if (step.kind == McGrammarTables::Step::SHIFT)
+      step.number = state(step.number);
+    if (step.kind == McGrammarTables::Step::REDUCE)
+      step.number = rule(step.number);
+    return step;
+  }
+
+ private:
+  // All that there is to know of a state.
+  std::vector<int> describe(int number) const {
+    const int symbol = G.symbol[number];
+    std::vector<int> lines = {states_[static_cast<size_t>(number)],
+                              G.reduces_at_once(number),
+                              symbol < G.tokens ? -1 : symbol,
+                              G.has_value[symbol], number == G.final_state};
+    for (int token = 0; token < G.tokens; token++) {
+      const McGrammarTables::Step found = step(number, token);
+      lines.push_back(found.kind);
+      lines.push_back(found.number);
+    }
+    lines.push_back(state(G.after_error(number)));
+    for (int symbol_after = G.tokens; symbol_after < G.symbols; symbol_after++)
+      lines.push_back(state(G.after(number, symbol_after)));
+    return lines;
+  }
+
+  // Divides groups whose states differ. Returns how many there are.
+  size_t divide() {
+    std::map<std::vector<int>, int> groups;
+    std::vector<int> divided;
+    for (int number = 0; number < G.states; number++)
+      divided.push_back(groups.emplace(describe(number), number).first->second);
+    states_ = divided;
+    return groups.size();
+  }
+
+  std::vector<int> states_;
+};
+
 class Printer {
  public:
   void run() {
     (void)go_to_state(0, false);
     for (int state = 0; state < G.states; state++)
-      if (!G.reduces_at_once(state)) want({Kind::STATE, state, true});
+      if (!G.reduces_at_once(state)) (void)go_to_state(state, true);
     while (!wanted_.empty()) {
       const Place place = *wanted_.begin();
       wanted_.erase(wanted_.begin());
@@ -62,10 +136,11 @@ class Printer {
   }
 
   // The jump to a state that was entered.
-  std::string go_to_state(int state, bool token) {
+  std::string go_to_state(int number, bool token) {
+    const int state = same_.state(number);
     if (state == G.final_state) return "return ParseEnd::ACCEPTED;";
     if (G.reduces_at_once(state))
-      return want({Kind::RULE, G.defact[state], token});
+      return want({Kind::RULE, same_.rule(G.defact[state]), token});
     return want({Kind::STATE, state, token});
   }
 
@@ -98,7 +173,7 @@ class Printer {
     const McGrammarTables::Step otherwise = default_step(state);
     printf("  switch (token) {\n");
     for (int token = 0; token < G.tokens; token++) {
-      const McGrammarTables::Step step = G.step(state, token);
+      const McGrammarTables::Step step = same_.step(state, token);
       if (step.kind == otherwise.kind && step.number == otherwise.number)
         continue;
       if (token == G.ERROR_TOKEN) continue;  // for the recovery
@@ -107,9 +182,9 @@ class Printer {
     printf("    default: %s\n  }\n", do_step(otherwise).c_str());
   }
 
-  static McGrammarTables::Step default_step(int state) {
+  McGrammarTables::Step default_step(int state) const {
     if (G.defact[state] == 0) return {McGrammarTables::Step::ERROR, 0};
-    return {McGrammarTables::Step::REDUCE, G.defact[state]};
+    return {McGrammarTables::Step::REDUCE, same_.rule(G.defact[state])};
   }
 
   void print_shift(const Place& place) {
@@ -124,7 +199,7 @@ class Printer {
     const int rule = place.number;
     const int length = G.length[rule];
     printf("%s:  // %s\n", LabelOf(place).c_str(), G.names[G.lhs[rule]]);
-    if (G.has_action(rule))
+    if (G.action(rule) != 0)
       printf("  if (!Action%d(front, top, %s)) FAIL(%d);\n", rule,
              place.token ? "token" : "NO_TOKEN", length);
     if (length == 0) printf("  PUSH();\n");
@@ -136,15 +211,15 @@ class Printer {
   void print_nonterminal(const Place& place) {
     const int symbol = place.number;
     printf("%s:  // %s\n", LabelOf(place).c_str(), G.names[symbol]);
-    const int usual = G.defgoto[symbol - G.tokens];
+    const int usual = same_.state(G.defgoto[symbol - G.tokens]);
     std::vector<int> others;
     for (int below = 0; below < G.states; below++)
-      if (G.after(below, symbol) != usual) others.push_back(below);
+      if (same_.state(G.after(below, symbol)) != usual) others.push_back(below);
     if (!others.empty()) {
       printf("  switch (top[-1].state) {\n");
       for (const int below : others)
         printf("    case %d: %s\n", below,
-               enter(G.after(below, symbol), place.token).c_str());
+               enter(same_.state(G.after(below, symbol)), place.token).c_str());
       printf("  }\n");
     }
     printf("  %s\n", enter(usual, place.token).c_str());
@@ -164,10 +239,11 @@ class Printer {
     for (int state = 0; state < G.states; state++)
       if (!G.reduces_at_once(state))
         printf("    case %d: if (token == NO_TOKEN) NEXT_TOKEN(); %s\n", state,
-               want({Kind::STATE, state, true}).c_str());
+               go_to_state(state, true).c_str());
     printf("  }\n");
   }
 
+  const Merger same_;
   std::set<Place> wanted_, printed_;
 };
 

@@ -8,6 +8,7 @@
 #include "Cutil/ut_chars.h"
 #include "Cutil/ut_hash.h"
 #include "elut/grammar.h"
+#include "elut/syntax/operators.h"
 
 namespace {
 
@@ -121,6 +122,10 @@ McTokenStrings::McTokenStrings() {
   for (const Word& word : RESERVED) {
     McName* name = AddName(this, &own_arena,
                            Wanted(word.text, strlen(word.text)), word.token);
+    if (const uint8_t op = McOperatorOf(word.token)) {
+      name->value = {};
+      name->value.code = op;
+    }
     if (word.token == TOKEN_BUILTIN) name->value.integer = function++;
     if (word.token == TOKEN_RCONST) name->value.real = PI;
   }

@@ -103,9 +103,9 @@ TEST(Tables, NodesAndOperators) {
   }
   EXPECT_EQ(kinds.size(), kind);
   std::string operators;
-#define MC_OPERATOR(number, name, text) \
+#define MC_OPERATOR(number, name, token, text) \
   operators += std::to_string(number) + " `" text "`, ";
-#include "elut/model/operators.def"
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
   std::string prose = page.prose;
   std::ranges::replace(prose, '\n', ' ');

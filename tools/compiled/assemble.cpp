@@ -644,8 +644,8 @@ uint32_t Assembler::code(const char* const (&names)[COUNT], const char* what,
 struct OperatorNames {
   const char* names[MC_RANGE + 1] = {};
   constexpr OperatorNames() {
-#define MC_OPERATOR(number, name, text) names[number] = text;
-#include "elut/model/operators.def"
+#define MC_OPERATOR(number, name, token, text) names[number] = text;
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
   }
 };

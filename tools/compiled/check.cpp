@@ -836,8 +836,8 @@ CompiledValue Checker::field_of(const CompiledNode& node, int number) const {
 
 bool IsOperator(uint8_t op) {
   switch (op) {
-#define MC_OPERATOR(number, name, text) case number:
-#include "elut/model/operators.def"
+#define MC_OPERATOR(number, name, token, text) case number:
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
     return op != MC_RANGE;
   }

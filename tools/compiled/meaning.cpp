@@ -149,10 +149,10 @@ void PutEvents(ToolOutput* out, uint32_t mask) {
 
 const char* CompiledOperator(uint8_t op) {
   switch (op) {
-#define MC_OPERATOR(number, name, text) \
+#define MC_OPERATOR(number, name, token, text) \
   case number:                          \
     return text;
-#include "elut/model/operators.def"
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
   }
   return nullptr;

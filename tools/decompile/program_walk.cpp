@@ -62,10 +62,10 @@ struct OperatorTable {
   Operator rows[256] = {};
 
   constexpr OperatorTable() {
-#define MC_OPERATOR(number, name, spelled) \
+#define MC_OPERATOR(number, name, token, spelled) \
   if (BindingOf(number) != ANY)            \
     rows[number] = {spelled, BindingOf(number), (number) == MC_POWER};
-#include "elut/model/operators.def"
+#include "elut/syntax/operators.def"
 #undef MC_OPERATOR
   }
 };
