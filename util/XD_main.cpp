@@ -11,7 +11,12 @@ namespace {
 bool Flush(XdStream* xd) {
   const auto filled = static_cast<size_t>(xd->next - xd->start);
   xd->next = xd->start;
-  return filled == 0 || xd->sink->write(xd->start, filled);
+  if (filled == 0) return true;
+  uint8_t* buffer = xd->sink->exchange(xd->start, filled);
+  if (buffer == nullptr) return false;
+  xd->start = xd->next = buffer;
+  xd->limit = buffer + XdStream::BUFFER_BYTES;
+  return true;
 }
 
 bool PutRaw(XdStream* xd, const void* bytes, size_t count) {
@@ -214,7 +219,11 @@ void XdCreateRelease(XdStream* xd) {
 }
 
 bool XdDestroy(XdStream* xd) {
-  const bool written = xd->direction != XD_ENCODE || Flush(xd);
+  bool written = true;
+  if (xd->direction == XD_ENCODE) {
+    written = Flush(xd);
+    if (!xd->sink->finish()) written = false;
+  }
   // Without a buffer the inline primitives do nothing either.
   xd->start = xd->next = xd->limit = nullptr;
   xd->transport = XD_TRANSPORT_NONE;

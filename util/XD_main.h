@@ -17,10 +17,11 @@
 // An empty text is 00 00 00 00 and an absent one FF FF FF FF in both.
 //
 // A stream writes into a buffer and hands it, when it is full, to an XdSink: a
-// file (util/xd_header.h) or memory. It reads from memory, where a file has
-// been read whole: what is left of it bounds every count that it claims. The
-// library works on the same memory, through operations of ours; single items
-// use its inline macros while the buffer has room.
+// file (util/xd_header.h) or memory. It may get another one back to go on with.
+// It reads from memory, where a file has been read whole: what is left of it
+// bounds every count that it claims. The library works on the same memory,
+// through operations of ours; single items use its inline macros while the
+// buffer has room.
 //
 // Primitives and record routines return true for success and print nothing. A
 // stream that reads remembers where and why it failed first.
@@ -59,6 +60,16 @@ class XdSink {
   XdSink& operator=(const XdSink&) = delete;
   virtual ~XdSink() = default;
   [[nodiscard]] virtual bool write(const uint8_t* bytes, size_t count) = 0;
+
+  // Takes what stands at the start of a buffer of XdStream::BUFFER_BYTES, and
+  // returns the buffer to go on with: the same, or one of its own while that
+  // one is still being written. nullptr when something could not be written.
+  [[nodiscard]] virtual uint8_t* exchange(uint8_t* buffer, size_t count) {
+    return write(buffer, count) ? buffer : nullptr;
+  }
+  // Waits until no buffer is needed any more. False when something could not
+  // be written.
+  [[nodiscard]] virtual bool finish() { return true; }
 };
 
 // A sink that keeps it all.

@@ -3,8 +3,12 @@
 // not complete.
 #include "util/xd_header.h"
 
+#include <optional>
+#include <utility>
+
 #include "Cutil/codes.h"
 #include "Cutil/ut_file.h"
+#include "Cutil/ut_write_behind.h"
 
 namespace {
 
@@ -16,15 +20,45 @@ bool VersionFits(const XdHeader& header) {
          header.miVers / 10 == XD_MINOR_VERSION / 10;
 }
 
+// In a large file the next buffer is filled while one is written, if a
+// processor is free for that.
 class FileSink : public XdSink {
  public:
   explicit FileSink(UtOutputFile* file) : file_(file) {}
+  ~FileSink() override {
+    behind_.reset();
+    UtFreeBlock(spare_);
+  }
+
   bool write(const uint8_t* bytes, size_t count) override {
     return file_->write(bytes, count);
   }
+  uint8_t* exchange(uint8_t* buffer, size_t count) override {
+    if (!behind_.has_value() && !begin_behind())
+      return write(buffer, count) ? buffer : nullptr;
+    return behind_->write(buffer, count) ? std::exchange(free_, buffer)
+                                         : nullptr;
+  }
+  bool finish() override { return !behind_.has_value() || behind_->finish(); }
 
  private:
+  static constexpr unsigned FIRST_BUFFERS = 32;  // of a large file: 2 MiB
+
+  // Asks once for all that it takes.
+  bool begin_behind() {
+    if (++buffers_ != FIRST_BUFFERS || !UtProcessorIsFree()) return false;
+    spare_ = UtAllocBytes(XdStream::BUFFER_BYTES);
+    if (spare_ == nullptr) return false;
+    free_ = static_cast<uint8_t*>(spare_);
+    behind_.emplace(file_);
+    return true;
+  }
+
   UtOutputFile* file_;
+  unsigned buffers_ = 0;
+  void* spare_ = nullptr;    // a second buffer
+  uint8_t* free_ = nullptr;  // of the two, the one that is not being written
+  std::optional<UtWriteBehind> behind_;
 };
 
 }  // namespace
@@ -87,8 +121,8 @@ int XdWriteFile(const char* path, XdFileKind kind, int transport, XdPart part,
   UtOutputFile file;
   int code = file.open(path);
   if (code == RC_CANNOT_CREATE) return code;
-  FileSink sink(&file);
   XdStream xd;
+  FileSink sink(&file);
   if (code == RC_OK) code = XdOpenForWriting(&xd, &sink, transport);
   if (code == RC_OK) {
     XdWriteHeader(&xd, kind);
