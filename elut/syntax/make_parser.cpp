@@ -45,8 +45,9 @@ std::string LabelOf(const Place& place) {
 //
 // Rules are alike that have the same left side, length and action. States are
 // alike that follow the same nonterminal, or tokens with or without a value,
-// and that take each symbol to states and rules that are alike. All states are
-// one group at first, which is divided until it says so of each.
+// and that take each symbol to states and rules that are alike. (No token has
+// a destructor, so an error need not know which of them it discards.) All
+// states are one group at first, which is divided until it says so of each.
 class Merger {
  public:
   Merger() : states_(static_cast<size_t>(G.states)) {
