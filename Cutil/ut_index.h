@@ -1,10 +1,11 @@
 // Index of a table: finds the entry that belongs to a key by the key's hash.
 //
 // Open addressing with linear probing in a power of two of slots, at most half
-// of which are in use. An entry is a small record that the caller chooses: the
-// number of a row together with its hash, so that growing touches no row, or a
-// pointer to the row. Entry{} is the empty slot, and HashOf tells the hash of
-// every other one. Nothing is ever taken out; clear() drops all.
+// of which are in use, or two thirds. An entry is a small record that the
+// caller chooses: the number of a row together with its hash, so that growing
+// touches no row, or a pointer to the row. Entry{} is the empty slot, and
+// HashOf tells the hash of every other one. Nothing is ever taken out; clear()
+// drops all.
 //
 //   UtIndex<UtNumbered> index;
 //   index.make_room();                      // may throw bad_alloc
@@ -41,14 +42,18 @@ inline bool UtIsEmpty(const UtNumbered& entry) {
   return entry.empty();
 }
 
-template <class Entry, size_t SLOTS_PER_ENTRY = 2>
+// There are at least so many slots for two entries: 3 where an index should
+// stay in a processor's cache, more where nobody looks beyond the first slot.
+template <class Entry, size_t SLOTS_FOR_TWO = 4>
 class UtIndex {
  public:
   // Makes sure that one more entry fits. Throws bad_alloc, with the index as
   // it was. Slots that were handed out before are gone.
   void make_room(size_t fewest_slots = 16) {
     const size_t slots = slots_.size();
-    if ((used_ + 1) * (slots < LARGE ? SLOTS_PER_ENTRY : 2) <= slots) return;
+    const size_t for_two =
+        slots < LARGE ? SLOTS_FOR_TWO : std::min<size_t>(SLOTS_FOR_TWO, 4);
+    if ((used_ + 1) * for_two <= slots * 2) return;
     grow(slots_.empty() ? fewest_slots : slots_.size() * 2);
   }
 

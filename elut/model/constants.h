@@ -44,7 +44,7 @@ class McConstants {
   UtNumbered* slot_of(const McConstant& constant, uint32_t hash);
 
   UtVector<McConstant> entries_;
-  UtIndex<UtNumbered> index_;
+  UtIndex<UtNumbered, 3> index_;
   uint32_t entered_ = 0;  // entries that the index knows; the first add that
                           // needs it enters the others
 };

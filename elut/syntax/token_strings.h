@@ -114,7 +114,7 @@ struct McTokenStrings {
   McTokenStrings(const McTokenStrings&) = delete;
   McTokenStrings& operator=(const McTokenStrings&) = delete;
 
-  UtIndex<McNameSlot, 4> names;
+  UtIndex<McNameSlot, 8> names;
   UtArena* arena = &own_arena;  // of names and texts; outlives them
   UtArena own_arena;            // of reserved words
   McName* room = nullptr;       // for names to come, in the arena
