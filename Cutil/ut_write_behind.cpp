@@ -14,7 +14,7 @@ constexpr size_t STACK_BYTES = size_t{256} << 10;
 
 // To wake a thread takes some ten microseconds, and to fill a buffer fifty; so
 // both sides look for a while before they sleep.
-constexpr int LOOKS = 2000;
+constexpr int LOOKS = 4000;
 
 template <class Condition>
 void LookFor(Condition&& condition) {

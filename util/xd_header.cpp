@@ -42,7 +42,7 @@ class FileSink : public XdSink {
   bool finish() override { return !behind_.has_value() || behind_->finish(); }
 
  private:
-  static constexpr unsigned FIRST_BUFFERS = 32;  // of a large file: 2 MiB
+  static constexpr unsigned FIRST_BUFFERS = 8;  // of a large file: 512 KiB
 
   // Asks once for all that it takes.
   bool begin_behind() {
