@@ -100,7 +100,7 @@ void McDumpTree(Channels* out, const McNodes& nodes, const McTree& tree) {
 const char* OperatorText(uint8_t op) {
   switch (op) {
 #define MC_OPERATOR(number, name, token, text) \
-  case number:                          \
+  case number:                                 \
     return (number) == MC_RANGE ? nullptr : (text);
 #include "elut/syntax/operators.def"
 #undef MC_OPERATOR

@@ -150,7 +150,7 @@ void PutEvents(ToolOutput* out, uint32_t mask) {
 const char* CompiledOperator(uint8_t op) {
   switch (op) {
 #define MC_OPERATOR(number, name, token, text) \
-  case number:                          \
+  case number:                                 \
     return text;
 #include "elut/syntax/operators.def"
 #undef MC_OPERATOR

@@ -63,7 +63,7 @@ struct OperatorTable {
 
   constexpr OperatorTable() {
 #define MC_OPERATOR(number, name, token, spelled) \
-  if (BindingOf(number) != ANY)            \
+  if (BindingOf(number) != ANY)                   \
     rows[number] = {spelled, BindingOf(number), (number) == MC_POWER};
 #include "elut/syntax/operators.def"
 #undef MC_OPERATOR
