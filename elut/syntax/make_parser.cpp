@@ -100,9 +100,10 @@ class Merger {
   // Divides groups whose states differ. Returns how many there are.
   size_t divide() {
     std::map<std::vector<int>, int> groups;
-    std::vector<int> divided;
+    std::vector<int> divided(states_.size());
     for (int number = 0; number < G.states; number++)
-      divided.push_back(groups.emplace(describe(number), number).first->second);
+      divided[static_cast<size_t>(number)] =
+          groups.emplace(describe(number), number).first->second;
     states_ = divided;
     return groups.size();
   }
