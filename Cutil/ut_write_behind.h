@@ -1,7 +1,7 @@
 // Writing behind: a second thread writes a part of a file while the first one
-// puts the next part together. That pays for outputs of megabytes, a third of
-// whose time is the system's, and while a processor is free: where as many
-// compilers run as there are processors, a second thread only gets in the way.
+// puts the next part together. That pays for outputs of half a megabyte and
+// more, and while a processor is free: where as many compilers run as there are
+// processors, a second thread only gets in the way.
 //
 // Nobody needs to know whether there is a thread: what it has not begun when it
 // is waited for is written by who waits. It takes no memory, and no signal

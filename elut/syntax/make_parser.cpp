@@ -14,6 +14,7 @@
 // binding have such states, since their actions are the same and take what
 // differs from the value of the token; which of them it is then is no matter of
 // jumps, which a processor would guess wrong.
+#include <array>
 #include <cstdio>
 #include <map>
 #include <set>
@@ -50,7 +51,15 @@ std::string LabelOf(const Place& place) {
 // states are one group at first, which is divided until it says so of each.
 class Merger {
  public:
-  Merger() : states_(static_cast<size_t>(G.states)) {
+  Merger()
+      : states_(static_cast<size_t>(G.states)),
+        rules_(static_cast<size_t>(G.rules) + 1) {
+    std::map<std::array<int, 3>, int> first;
+    for (int number = 1; number <= G.rules; number++) {
+      const auto found = first.try_emplace(
+          {G.lhs[number], G.length[number], G.action(number)}, number);
+      rules_[static_cast<size_t>(number)] = found.first->second;
+    }
     for (size_t groups = 0;;) {
       const size_t before = groups;
       groups = divide();
@@ -60,14 +69,7 @@ class Merger {
 
   int state(int number) const { return states_[static_cast<size_t>(number)]; }
 
-  int rule(int number) const {
-    for (int other = 1; other < number; other++)
-      if (G.lhs[other] == G.lhs[number] &&
-          G.length[other] == G.length[number] &&
-          G.action(other) == G.action(number))
-        return other;
-    return number;
-  }
+  int rule(int number) const { return rules_[static_cast<size_t>(number)]; }
 
   McGrammarTables::Step step(int state_number, int token) const {
     McGrammarTables::Step step = G.step(state_number, token);
@@ -108,7 +110,7 @@ class Merger {
     return groups.size();
   }
 
-  std::vector<int> states_;
+  std::vector<int> states_, rules_;
 };
 
 class Printer {
