@@ -4,8 +4,8 @@
 #include "Cutil/ut_file.h"
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -57,6 +57,19 @@ bool MayBeReplaced(const UtString& path, const struct stat& file) {
   const uid_t user = geteuid();
   return (directory.st_mode & S_ISVTX) == 0 || user == 0 ||
          user == file.st_uid || user == directory.st_uid;
+}
+
+// A name for a file that is being written: what a killed compiler left under
+// the same process number is no obstacle. Digits made here, where printing
+// them would take more than the rest of a start's work on a file.
+UtString TemporaryName(int attempt) {
+  uint64_t number = static_cast<uint64_t>(getpid());
+  (void)!getrandom(&number, sizeof number, GRND_NONBLOCK);
+  number += static_cast<uint64_t>(attempt);
+  UtString name = ".quillo-";
+  for (int shift = 60; shift >= 0; shift -= 4)
+    name += "0123456789abcdef"[number >> shift & 15];
+  return name;
 }
 
 // Reads to the end; the size that the system states is only a first guess.
@@ -149,13 +162,7 @@ int UtOutputFile::open(const char* path) {
 int UtOutputFile::open_beside(const struct stat* existing) {
   const UtString directory = DirectoryOf(target_);
   for (int i = 0; i < MOST_NAMES; i++) {
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    char name[64];
-    snprintf(name, sizeof name, ".quillo-%lx-%lx-%x",
-             static_cast<unsigned long>(getpid()),
-             static_cast<unsigned long>(now.tv_nsec), static_cast<unsigned>(i));
-    temporary_ = directory + name;
+    temporary_ = directory + TemporaryName(i);
     file_ = UtDescriptor(::open(temporary_.c_str(),
                                 O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (file_.is_open()) break;
