@@ -198,11 +198,16 @@ class Evaluation {
 int McEvalConst(McFront* front, const McTree& expression, McValue* result) {
   *result = McValue();
   if (expression.is_none()) return RC_NO_EXPRESSION;
-  // Most bounds are an integer and nothing else.
+  // Most bounds are a number and nothing else.
   const McNode& node = McNodesOf(front)[expression.first];
   if (expression.count == 1 && node.kind() == McNodeKind::INT) {
     result->type = McValueType::INTEGER;
     result->integer = node.integer();
+    return RC_OK;
+  }
+  if (expression.count == 1 && node.kind() == McNodeKind::REAL) {
+    result->type = McValueType::REAL;
+    result->real = front->compile.program->constants[node.number()].real;
     return RC_OK;
   }
   return Evaluation(front).run(expression, result);

@@ -15,8 +15,9 @@
 namespace {
 
 constexpr uint32_t DIM_LIMIT = 255;  // the count is one byte
-// Room of a table to begin with: routines rarely declare fewer.
-constexpr size_t FIRST_VARIABLES = 4;
+// Room of a table to begin with: parameters are few.
+constexpr size_t FIRST_LOCALS = 16;
+constexpr size_t FIRST_OTHERS = 4;
 
 // Bounds that were evaluated for a declaration.
 struct Values {
@@ -151,7 +152,9 @@ class BoundTrees {
 int AddVariable(McFront* front, McVarTable* table, McName* name,
                 McVar** added) {
   if (table->entries.size() >= MC_TABLE_LIMIT) return RC_TABLE_FULL;
-  if (table->entries.empty()) table->entries.reserve(FIRST_VARIABLES);
+  if (table->entries.empty())
+    table->entries.reserve(
+        front->compile.scope == MC_SCOPE_LOCAL ? FIRST_LOCALS : FIRST_OTHERS);
   table->entries.push_back({name->text(), nullptr, nullptr, front->compile.type,
                             McStorage::VALUE, 0});
   *added = &table->entries.back();
@@ -241,6 +244,13 @@ McVarTable* McScopeTable(McFront* front, McScope scope) {
   const auto block = static_cast<size_t>(scope - MC_SCOPE_COMMON);
   UtVector<McCommon>& commons = Commons(front);
   return block < commons.size() ? &commons[block].variables : nullptr;
+}
+
+int McVarDeclare(McFront* front, McName* name) {
+  McVarTable* table = McScopeTable(front, front->compile.scope);
+  McVar* variable;
+  return table == nullptr ? int{RC_INVALID}
+                          : AddVariable(front, table, name, &variable);
 }
 
 int McVarDeclare(McFront* front, McName* name, const McBounds& bounds) {

@@ -54,7 +54,8 @@ struct McBounds {
 };
 
 // A scalar, or an array when there are DIM nodes (the first 255 count), in the
-// current scope and of the current type.
+// current scope and of the current type. Most have no bounds.
+[[nodiscard]] int McVarDeclare(McFront* front, McName* name);
 [[nodiscard]] int McVarDeclare(McFront* front, McName* name,
                                const McBounds& bounds);
 

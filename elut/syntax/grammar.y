@@ -238,11 +238,7 @@ parameter_group:
 ;
 
 parameter:
-  IDENT
-    {
-      const McNodeRef none = McNodeNone(front);
-      McIgnoreRefusal(front, McVarDeclare(front, $1, {none, none, none}));
-    }
+  IDENT { McIgnoreRefusal(front, McVarDeclare(front, $1)); }
 | IDENT "(" star_list ")"
     {
       McIgnoreRefusal(front, 
@@ -297,11 +293,7 @@ declarators:
 
 // The bounds are evaluated at once, and their trees are dropped.
 declarator:
-  IDENT
-    {
-      const McNodeRef none = McNodeNone(front);
-      McIgnoreRefusal(front, McVarDeclare(front, $1, {none, none, none}));
-    }
+  IDENT { McIgnoreRefusal(front, McVarDeclare(front, $1)); }
 | IDENT "[" expression ":" expression "]"
     {
       McIgnoreRefusal(front,

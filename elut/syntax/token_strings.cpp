@@ -41,7 +41,7 @@ constexpr uint64_t LONG_NAME = ~uint64_t{0};
 struct Wanted {
   Wanted(const char* chars, size_t count) : text(chars), length(count) {
     if (length <= McName::MEDIUM) {
-      memcpy(key, text, length);
+      copy_to_key();
       hash = McNameKey{key[0], key[1]}.hash();
       if (length > McName::SHORT)
         hash = McNameKey{key[2] + hash, key[3] + hash}.hash();
@@ -57,6 +57,18 @@ struct Wanted {
     if (length <= McName::MEDIUM)
       return name.key[2] == key[2] && name.key[3] == key[3];
     return name.length == length && memcmp(name.text(), text, length) == 0;
+  }
+
+  // Most names that are searched for have 16 characters or more, which two
+  // copies of 16 cover.
+  void copy_to_key() {
+    auto* bytes = reinterpret_cast<char*>(key);
+    if (length < 16) {
+      memcpy(bytes, text, length);
+    } else {
+      memcpy(bytes, text, 16);
+      memcpy(bytes + length - 16, text + length - 16, 16);
+    }
   }
 
   const char* text;
