@@ -43,6 +43,18 @@ constexpr int SKIP = -1;
 
 }  // namespace
 
+size_t CheckIndentation(const CheckToken& token) {
+  const std::string_view line =
+      token.source->line(token.source->line_of(token.begin));
+  return std::min(line.find_first_not_of(" \t"), line.size());
+}
+
+bool CheckBeginsLine(const CheckToken& token) {
+  return token.begin ==
+         token.source->line_start(token.source->line_of(token.begin)) +
+             CheckIndentation(token);
+}
+
 CheckSource::CheckSource(std::string file_name, std::string bytes)
     : name(std::move(file_name)), raw(std::move(bytes)) {
   raw_lines_ = std::make_unique<CheckLines>(raw);

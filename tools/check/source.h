@@ -86,6 +86,11 @@ struct CheckToken {
   std::string_view text() const { return source->part(begin, end); }
 };
 
+// Blanks and tabs in front of the line that the token is on.
+size_t CheckIndentation(const CheckToken& token);
+// Whether the token is the first one of its line.
+bool CheckBeginsLine(const CheckToken& token);
+
 // The tokens of a file, read by the compiler's scanner.
 //
 // Characters that begin no token are faults. So that they cause no others, the
