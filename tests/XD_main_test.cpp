@@ -89,6 +89,26 @@ TEST(XdMain, Texts) {
     }
 }
 
+// Names are copied in one step where they stand and end suitably. What is
+// behind a text must not show, wherever the end of the buffer meets it.
+TEST(XdMain, TextsOfAnyLengthAndPlace) {
+  alignas(32) char place[96];
+  std::string expected;
+  const std::string written = XdWritten(XD_TRANSPORT_PLAIN, [&](XdStream* xd) {
+    for (size_t i = 0; i < 20000; i++) {
+      const size_t length = i % 41, from = i % 3 == 0 ? i % 33 : 0;
+      memset(place, 'x', sizeof place);
+      memset(place + from, static_cast<int>('a' + i % 23), length);
+      place[from + length] = '\0';
+      const char* text = place + from;
+      if (!XdText(xd, nullptr, &text)) return false;
+      expected += std::string(3, '\0') + static_cast<char>(length) + text;
+    }
+    return true;
+  });
+  EXPECT_EQ(expected, written);
+}
+
 TEST(XdMain, RefusedTexts) {
   // Transport, requests for memory until the text is refused, bytes: longer
   // than the file; with zero bytes; with two lengths that differ; filled up
