@@ -93,20 +93,27 @@ TEST(XdMain, Texts) {
 // behind a text must not show, wherever the end of the buffer meets it.
 TEST(XdMain, TextsOfAnyLengthAndPlace) {
   alignas(32) char place[96];
-  std::string expected;
-  const std::string written = XdWritten(XD_TRANSPORT_PLAIN, [&](XdStream* xd) {
-    for (size_t i = 0; i < 20000; i++) {
-      const size_t length = i % 41, from = i % 3 == 0 ? i % 33 : 0;
-      memset(place, 'x', sizeof place);
-      memset(place + from, static_cast<int>('a' + i % 23), length);
-      place[from + length] = '\0';
-      const char* text = place + from;
-      if (!XdText(xd, nullptr, &text)) return false;
-      expected += std::string(3, '\0') + static_cast<char>(length) + text;
-    }
-    return true;
-  });
-  EXPECT_EQ(expected, written);
+  for (const XdTransport transport : BOTH) {
+    std::string expected;
+    const std::string written = XdWritten(transport, [&](XdStream* xd) {
+      for (size_t i = 0; i < 20000; i++) {
+        const size_t length = i % 41, from = i % 3 == 0 ? i % 33 : 0;
+        memset(place, 'x', sizeof place);
+        memset(place + from, static_cast<int>('a' + i % 23), length);
+        place[from + length] = '\0';
+        const char* text = place + from;
+        if (!XdText(xd, nullptr, &text)) return false;
+        const std::string count = {0, 0, 0, static_cast<char>(length)};
+        expected += count;
+        if (transport == XD_TRANSPORT_XDR && length > 0) expected += count;
+        expected += text;
+        if (transport == XD_TRANSPORT_XDR)
+          expected.append((0 - length) % 4, '\0');
+      }
+      return true;
+    });
+    EXPECT_EQ(expected, written);
+  }
 }
 
 TEST(XdMain, RefusedTexts) {

@@ -4,6 +4,7 @@
 #include "util/XD_main.h"
 
 #include <algorithm>
+#include <bit>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -176,10 +177,11 @@ bool TextLength(XdStream* xd, const char* text, uint32_t* length) {
 // False when it is not written yet.
 [[gnu::no_sanitize_address]] bool PutAlignedText(XdStream* xd,
                                                  const char* text) {
-  if (reinterpret_cast<uintptr_t>(text) % 32 != 0 || xd->limit - xd->next < 36)
+  constexpr ptrdiff_t ROOM = 2 * 4 + 32 + 4;  // lengths, characters, fill
+  if (reinterpret_cast<uintptr_t>(text) % 32 != 0 ||
+      xd->limit - xd->next < ROOM)
     return false;
   const auto* from = reinterpret_cast<const __m128i*>(text);
-  auto* to = reinterpret_cast<__m128i*>(xd->next + 4);
   const __m128i first = _mm_load_si128(from);
   const __m128i second = _mm_load_si128(from + 1);
   const __m128i zero = _mm_setzero_si128();
@@ -189,10 +191,15 @@ bool TextLength(XdStream* xd, const char* text, uint32_t* length) {
           << 16;
   if (ends == 0) return false;
   const auto length = static_cast<uint32_t>(__builtin_ctz(ends));
+  const bool is_xdr = xd->transport == XD_TRANSPORT_XDR;
   XdPutWord(xd, length);
+  if (length == 0) return true;
+  if (is_xdr) XdPutWord(xd, length);
+  auto* to = reinterpret_cast<__m128i*>(xd->next);
   _mm_storeu_si128(to, first);
   _mm_storeu_si128(to + 1, second);
-  xd->next += length;
+  memset(xd->next + length, 0, 4);
+  xd->next += is_xdr ? (length + 3) / 4 * 4 : length;
   return true;
 }
 #endif
@@ -200,10 +207,11 @@ bool TextLength(XdStream* xd, const char* text, uint32_t* length) {
 // Writes a text that the buffer has room for in one step: most texts of a file
 // are short names. False when it is not written yet.
 bool PutShortText(XdStream* xd, const char* text) {
-  if (xd->transport != XD_TRANSPORT_PLAIN || text == nullptr) return false;
+  if (text == nullptr) return false;
 #ifdef __SSE2__
   if (PutAlignedText(xd, text)) return true;
 #endif
+  if (xd->transport != XD_TRANSPORT_PLAIN) return false;
   const size_t length = strlen(text);
   if (static_cast<size_t>(xd->limit - xd->next) < length + 4) return false;
   XdPutWord(xd, static_cast<uint32_t>(length));
@@ -341,6 +349,13 @@ bool XdFloat(XdStream* xd, float* value) {
 }
 
 bool XdDouble(XdStream* xd, double* value) {
+  // Both transports have the same bytes.
+  if (xd->direction == XD_ENCODE && xd->limit - xd->next >= 8) {
+    const uint64_t bytes = __builtin_bswap64(std::bit_cast<uint64_t>(*value));
+    memcpy(xd->next, &bytes, sizeof bytes);
+    xd->next += sizeof bytes;
+    return true;
+  }
   switch (xd->transport) {
     case XD_TRANSPORT_NONE: return true;
     case XD_TRANSPORT_XDR: return xdr_double(&xd->xdr, value);
