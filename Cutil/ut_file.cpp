@@ -60,8 +60,8 @@ bool MayBeReplaced(const UtString& path, const struct stat& file) {
 }
 
 // A name for a file that is being written: what a killed compiler left under
-// the same process number is no obstacle. Digits made here, where printing
-// them would take more than the rest of a start's work on a file.
+// the same process number is no obstacle. The digits are made here, since a
+// start needs neither a clock nor a formatted print for anything else.
 UtString TemporaryName(int attempt) {
   uint64_t number = static_cast<uint64_t>(getpid());
   (void)!getrandom(&number, sizeof number, GRND_NONBLOCK);

@@ -16,8 +16,8 @@ set(start_members
   malloc brk sbrk mprotect getrandom pthread_mutex_lock pthread_mutex_unlock
   # Files, signals, the name of the machine
   open64 read write close rename stat64 fstat64 lstat64 fstatat64 faccessat
-  fchmod getpid geteuid getegid errno-loc genops signal sigaction libc_sigaction setjmp
-  bsd-_setjmp sigjmp getenv gethostname uname
+  fchmod getpid geteuid getegid errno-loc genops signal sigaction libc_sigaction
+  setjmp bsd-_setjmp sigjmp getenv gethostname uname
   # The choice of routines for the processor, made for each at a start
   memchr memcmp memcpy memmove mempcpy memrchr memset rawmemchr stpcpy
   strcasecmp strcasecmp_l strchr strchrnul strcmp strcpy strcspn strdup strlen
