@@ -53,3 +53,7 @@ SECTIONS { .rodata_start : {
 @start_data@
 } } INSERT BEFORE .rodata;
 ")
+
+# Not every linker can add to the places that it would choose itself.
+include(CheckLinkerFlag)
+check_linker_flag(CXX "LINKER:-T,${QUILLO_START_ORDER}" QUILLO_HAS_START_ORDER)
