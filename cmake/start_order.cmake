@@ -54,6 +54,8 @@ SECTIONS { .rodata_start : {
 } } INSERT BEFORE .rodata;
 ")
 
-# Not every linker can add to the places that it would choose itself.
+# Not every linker can add to the places that it would choose itself, or leave
+# out the gaps between code and data.
 include(CheckLinkerFlag)
 check_linker_flag(CXX "LINKER:-T,${QUILLO_START_ORDER}" QUILLO_HAS_START_ORDER)
+check_linker_flag(CXX "LINKER:-z,noseparate-code" QUILLO_HAS_NO_GAPS)
