@@ -116,7 +116,7 @@ bool CheckRepairer::repair(const CheckToken& error) {
       chosen = &change;
   }
   if (chosen == nullptr) {
-    report_unexpected(error, 0, 0, 0, 0);
+    report_unexpected(error);
     return false;
   }
   const CheckChange change = *chosen;

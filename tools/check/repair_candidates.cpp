@@ -32,41 +32,22 @@ bool CheckRepairer::is_sub(std::string_view name) {
 void CheckRepairer::collect_spellings() {
   const ptrdiff_t start =
       std::max(statement_start() - 1, std::max<ptrdiff_t>(back_limit(), -24));
-  for (ptrdiff_t at = start; at <= 1; at++) {
-    if (at == 1 && kind_at(0) == TOKEN_END_OF_INPUT) break;
+  for (ptrdiff_t at = start; at <= 0; at++) {
     const CheckToken& token = near(at);
-    const auto back = static_cast<size_t>(std::max<ptrdiff_t>(0, -at));
-    if (at > 0) break;
+    const auto back = static_cast<size_t>(-at);
     if (token.kind == TOKEN_IDENT || token.kind == TOKEN_BUILTIN) {
       if (token.made) continue;
       const CheckMeant meant = CheckMeantBy(token.text());
-      if (meant.tokens.empty()) continue;
-      if (meant.distance == 0 || meant.tokens.size() == 2) {
-        const bool two =
-            meant.tokens.size() == 2 &&
-            (meant.tokens[0] == TOKEN_END || meant.tokens[0] == TOKEN_ELSE);
-        if (meant.tokens.size() == 1 || two)
-          consider({CheckChange::SPELL, back, 1, meant.tokens,
-                    std::max(1, meant.distance), true, ""});
-        if (!two)
-          for (const int keyword : meant.tokens)
-            consider({CheckChange::SPELL,
-                      back,
-                      1,
-                      {keyword},
-                      std::max(1, meant.distance),
-                      meant.only,
-                      ""});
-        continue;
-      }
+      const int cost = std::max(1, meant.distance);
+      const bool two =
+          meant.tokens.size() == 2 &&
+          (meant.tokens[0] == TOKEN_END || meant.tokens[0] == TOKEN_ELSE);
+      if (two || (meant.tokens.size() == 1 && meant.distance == 0))
+        consider({CheckChange::SPELL, back, 1, meant.tokens, cost, true, ""});
+      if (two) continue;
       for (const int keyword : meant.tokens)
-        consider({CheckChange::SPELL,
-                  back,
-                  1,
-                  {keyword},
-                  std::max(1, meant.distance),
-                  meant.only,
-                  ""});
+        consider(
+            {CheckChange::SPELL, back, 1, {keyword}, cost, meant.only, ""});
     } else if (CheckIsKeyword(token.kind) && at >= -1) {
       consider({CheckChange::KEYWORD_NAME,
                 back,

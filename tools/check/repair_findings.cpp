@@ -94,8 +94,7 @@ CheckFault* CheckRepairer::fault_behind(const char* rule, ptrdiff_t at,
   return fault_;
 }
 
-void CheckRepairer::report_missing_end(const CheckChange& change,
-                                       const CheckToken& error) {
+void CheckRepairer::report_missing_end(const CheckChange& change) {
   const int block = change.put.size() == 2               ? change.put[1]
                     : change.put[0] == TOKEN_SUBEND      ? TOKEN_SUB
                     : change.put[0] == TOKEN_RIGHT_BRACE ? TOKEN_LEFT_BRACE
@@ -104,7 +103,7 @@ void CheckRepairer::report_missing_end(const CheckChange& change,
   const CheckEntry* open = opening(block);
   const auto at = -static_cast<ptrdiff_t>(change.back);
   if (open == nullptr || !open->token.source) {
-    report_missing(change, error);
+    report_missing(change);
     return;
   }
   CheckToken token = open->token;
@@ -133,8 +132,7 @@ void CheckRepairer::report_missing_end(const CheckChange& change,
   }
 }
 
-void CheckRepairer::report_missing(const CheckChange& change,
-                                   const CheckToken&) {
+void CheckRepairer::report_missing(const CheckChange& change) {
   const auto at = -static_cast<ptrdiff_t>(change.back);
   const int token = change.put[0];
   switch (token) {
@@ -170,8 +168,7 @@ void CheckRepairer::report_missing(const CheckChange& change,
                    " is missing in front of " + CheckWordOf(kind_at(at)));
 }
 
-void CheckRepairer::report_wrong_end(const CheckChange& change,
-                                     const CheckToken&) {
+void CheckRepairer::report_wrong_end(const CheckChange& change) {
   const int block = change.put.back() == TOKEN_RIGHT_BRACE ? TOKEN_LEFT_BRACE
                                                            : change.put.back();
   const CheckToken& first =
@@ -188,8 +185,7 @@ void CheckRepairer::report_wrong_end(const CheckChange& change,
          "the block to be closed is this " + CheckWordOf(block)});
 }
 
-void CheckRepairer::report_unexpected(const CheckToken& error, size_t, size_t,
-                                      ptrdiff_t from, ptrdiff_t to) {
+void CheckRepairer::report_unexpected(const CheckToken& error) {
   // ELSEIF, which would take one END IF more.
   if (!history_.empty() && kind_at(-1) == TOKEN_IDENT) {
     const CheckToken& word = near(-1);
@@ -210,8 +206,6 @@ void CheckRepairer::report_unexpected(const CheckToken& error, size_t, size_t,
                                  ? "name '" + std::string(error.text()) + "'"
                                  : BareWordOf(error.kind));
   const std::string words = CheckWordsOf(expected());
-  (void)from;
-  (void)to;
   fault("syntax-error", error, error, std::move(message),
         words.empty() ? "" : "expected is " + words);
 }
@@ -225,8 +219,8 @@ void CheckRepairer::report(const CheckChange& change, const CheckToken& error) {
     case CheckChange::PUT_IN:
       if (change.put.size() == 2 || change.put[0] == TOKEN_SUBEND ||
           change.put[0] == TOKEN_RIGHT_BRACE)
-        return report_missing_end(change, error);
-      return report_missing(change, error);
+        return report_missing_end(change);
+      return report_missing(change);
     case CheckChange::SPELL: {
       const CheckMeant meant = CheckMeantBy(first.text());
       std::string word;
@@ -260,7 +254,7 @@ void CheckRepairer::report(const CheckChange& change, const CheckToken& error) {
       keyword_faults_[name] = fault_;
       return;
     }
-    case CheckChange::WRONG_END: return report_wrong_end(change, error);
+    case CheckChange::WRONG_END: return report_wrong_end(change);
     case CheckChange::SUB_END: {
       const std::string found(first.source->part(first.begin, last.end));
       fault("wrong-end", first, last, found + " does not end a SUB",
@@ -339,8 +333,8 @@ void CheckRepairer::report(const CheckChange& change, const CheckToken& error) {
               "unexpected " + BareWordOf(first.kind));
         return;
       }
-      return report_unexpected(error, 0, 0, 0, 0);
+      return report_unexpected(error);
     case CheckChange::SKIPPED:
-    case CheckChange::NOT_EQUAL: return report_unexpected(error, 0, 0, 0, 0);
+    case CheckChange::NOT_EQUAL: return report_unexpected(error);
   }
 }

@@ -83,11 +83,10 @@ class CheckRepairer : private CheckParser {
 
   // Findings.
   void report(const CheckChange& change, const CheckToken& error);
-  void report_missing(const CheckChange& change, const CheckToken& error);
-  void report_missing_end(const CheckChange& change, const CheckToken& error);
-  void report_wrong_end(const CheckChange& change, const CheckToken& error);
-  void report_unexpected(const CheckToken& error, size_t first, size_t last,
-                         ptrdiff_t from, ptrdiff_t to);
+  void report_missing(const CheckChange& change);
+  void report_missing_end(const CheckChange& change);
+  void report_wrong_end(const CheckChange& change);
+  void report_unexpected(const CheckToken& error);
   CheckFault* fault(const char* rule, const CheckToken& first,
                     const CheckToken& last, std::string message,
                     std::string hint = "");
